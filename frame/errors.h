@@ -1,0 +1,47 @@
+// The library's error helpers: every failure leaves the library as an ATL::CAtlException
+// carrying an HRESULT, raised through these.
+#pragma once
+
+#include <cerrno>
+
+#include "frame/crt_string.h"
+#include "frame/throw_hresult.h"
+#include "frame/win32.h"
+
+namespace Zanthorel {
+namespace PKI {
+namespace TSP {
+
+// HRESULT_FROM_WIN32 of the calling thread's last error: 0 and values that are already HRESULTs
+// (negative) pass unchanged, others become 0x8007xxxx.
+inline HRESULT HResultFromLastError() {
+  const auto error = static_cast<HRESULT>(GetLastError());
+  return error <= 0 ? error
+                    : static_cast<HRESULT>(0x80070000u | (static_cast<DWORD>(error) & 0xFFFFu));
+}
+
+// Throws the HRESULT form of the thread's last error, also when that is 0.
+[[noreturn]] inline void ThrowLastError() {
+  ThrowHResult(HResultFromLastError());
+}
+
+// Maps the result of a bounded CRT string copy: success and truncation return, ENOMEM throws
+// E_OUTOFMEMORY, EINVAL and ERANGE throw E_INVALIDARG, anything else E_FAIL.
+inline void CheckCrtError(int error) {
+  switch (error) {
+    case 0:
+    case STRUNCATE:
+      return;
+    case ENOMEM:
+      ThrowHResult(E_OUTOFMEMORY);
+    case EINVAL:
+    case ERANGE:
+      ThrowHResult(E_INVALIDARG);
+    default:
+      ThrowHResult(E_FAIL);
+  }
+}
+
+}  // namespace TSP
+}  // namespace PKI
+}  // namespace Zanthorel

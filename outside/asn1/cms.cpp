@@ -1,0 +1,131 @@
+#include "outside/asn1/cms.h"
+
+namespace {
+
+constexpr ASN1TAG kTagContent = asn1ContextTag(0, true);
+constexpr ASN1TAG kTagSignedAttrs = asn1ContextTag(0, true);
+constexpr ASN1TAG kTagUnsignedAttrs = asn1ContextTag(1, true);
+constexpr ASN1TAG kTagSubjectKeyId = asn1ContextTag(0, false);
+
+bool readOpenTypeValue(BerReader& in, ASN1OpenType& v) noexcept {
+  return in.readOpenType(v);
+}
+
+}  // namespace
+
+// ContentInfo ::= SEQUENCE { contentType ContentType, content [0] EXPLICIT ANY OPTIONAL }
+bool asn1D_ContentInfo(BerReader& in, ASN1T_ContentInfo& v) noexcept {
+  BerReader seq, content;
+  if (!in.readSequence(seq) || !seq.readObjId(v.contentType)) return false;
+  if (seq.nextIs(kTagContent)) {
+    v.m.contentPresent = 1;
+    if (!seq.readConstructed(kTagContent, content) || !content.readOpenType(v.content) ||
+        !content.finish())
+      return false;
+  }
+  return seq.finish();
+}
+
+void asn1E_ContentInfo(DerWriter& out, const ASN1T_ContentInfo& v) noexcept {
+  const std::size_t seq = out.open(kTagSequence);
+  out.putObjId(v.contentType);
+  if (v.m.contentPresent) {
+    const std::size_t content = out.open(kTagContent);
+    out.putOpenType(v.content);
+    out.close(content);
+  }
+  out.close(seq);
+}
+
+// Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF AttributeValue }
+bool asn1D_Attribute(BerReader& in, ASN1T_Attribute& v) noexcept {
+  BerReader seq, values;
+  return in.readSequence(seq) && seq.readObjId(v.attrType) && seq.readSet(values) &&
+         rtDecodeSeqOf<ASN1OpenType>(values, v.attrValues, readOpenTypeValue) && seq.finish();
+}
+
+void asn1E_Attribute(DerWriter& out, const ASN1T_Attribute& v) noexcept {
+  const std::size_t seq = out.open(kTagSequence);
+  out.putObjId(v.attrType);
+  const std::size_t values = out.open(kTagSet);
+  for (const ASN1OpenType* value : rtSeqOfItems<ASN1OpenType>(v.attrValues)) {
+    out.putOpenType(*value);
+  }
+  out.closeSetOf(values);
+  out.close(seq);
+}
+
+bool asn1D_Attributes(BerReader& in, ASN1T_Attributes& v, ASN1TAG tag) noexcept {
+  BerReader set;
+  return in.readConstructed(tag, set) && rtDecodeSeqOf<ASN1T_Attribute>(set, v, asn1D_Attribute);
+}
+
+void asn1E_Attributes(DerWriter& out, const ASN1T_Attributes& v, ASN1TAG tag) noexcept {
+  const std::size_t set = out.open(tag);
+  for (const ASN1T_Attribute* attribute : rtSeqOfItems<ASN1T_Attribute>(v)) {
+    asn1E_Attribute(out, *attribute);
+  }
+  out.closeSetOf(set);
+}
+
+// IssuerAndSerialNumber ::= SEQUENCE { issuer Name, serialNumber CertificateSerialNumber }
+static bool decodeSignerIdentifier(BerReader& in, ASN1T_SignerIdentifier& v) noexcept {
+  if (in.nextIs(kTagSubjectKeyId)) {
+    v.t = T_SignerIdentifier_subjectKeyIdentifier;
+    v.u.subjectKeyIdentifier = rtAllocZ<ASN1DynOctStr>(in.context());
+    if (v.u.subjectKeyIdentifier == nullptr) return in.fail(ASN_E_NOMEM);
+    return in.readOctetString(*v.u.subjectKeyIdentifier, kTagSubjectKeyId);
+  }
+  v.t = T_SignerIdentifier_issuerAndSerialNumber;
+  v.u.issuerAndSerialNumber = rtAllocZ<ASN1T_IssuerAndSerialNumber>(in.context());
+  if (v.u.issuerAndSerialNumber == nullptr) return in.fail(ASN_E_NOMEM);
+  BerReader seq;
+  return in.readSequence(seq) && asn1D_Name(seq, v.u.issuerAndSerialNumber->issuer) &&
+         seq.readInteger(v.u.issuerAndSerialNumber->serialNumber) && seq.finish();
+}
+
+static void encodeSignerIdentifier(DerWriter& out, const ASN1T_SignerIdentifier& v) noexcept {
+  if (v.t == T_SignerIdentifier_subjectKeyIdentifier) {
+    return out.putOctetString(*v.u.subjectKeyIdentifier, kTagSubjectKeyId);
+  }
+  if (v.t != T_SignerIdentifier_issuerAndSerialNumber) return out.fail(ASN_E_INVPARAM);
+  const std::size_t seq = out.open(kTagSequence);
+  asn1E_Name(out, v.u.issuerAndSerialNumber->issuer);
+  out.putInteger(v.u.issuerAndSerialNumber->serialNumber);
+  out.close(seq);
+}
+
+// SignerInfo ::= SEQUENCE { version, sid, digestAlgorithm, signedAttrs [0] IMPLICIT OPTIONAL,
+//   signatureAlgorithm, signature, unsignedAttrs [1] IMPLICIT OPTIONAL }
+bool asn1D_SignerInfo(BerReader& in, ASN1T_SignerInfo& v) noexcept {
+  BerReader seq;
+  if (!in.readSequence(seq) || !seq.readInteger(v.version) || !decodeSignerIdentifier(seq, v.sid) ||
+      !asn1D_AlgorithmIdentifier(seq, v.digestAlgorithm))
+    return false;
+  if (seq.nextIs(kTagSignedAttrs)) {
+    v.m.signedAttrsPresent = 1;
+    BerReader copy = seq;
+    if (!copy.readOpenType(v.signedAttrsEncoding) ||
+        !asn1D_Attributes(seq, v.signedAttrs, kTagSignedAttrs))
+      return false;
+  }
+  if (!asn1D_AlgorithmIdentifier(seq, v.signatureAlgorithm) || !seq.readOctetString(v.signature))
+    return false;
+  if (seq.nextIs(kTagUnsignedAttrs)) {
+    v.m.unsignedAttrsPresent = 1;
+    if (!asn1D_Attributes(seq, v.unsignedAttrs, kTagUnsignedAttrs)) return false;
+  }
+  return seq.finish();
+}
+
+void asn1E_SignerInfo(DerWriter& out, const ASN1T_SignerInfo& v) noexcept {
+  const std::size_t seq = out.open(kTagSequence);
+  out.putInteger(v.version);
+  encodeSignerIdentifier(out, v.sid);
+  asn1E_AlgorithmIdentifier(out, v.digestAlgorithm);
+  if (v.m.signedAttrsPresent) asn1E_Attributes(out, v.signedAttrs, kTagSignedAttrs);
+  asn1E_AlgorithmIdentifier(out, v.signatureAlgorithm);
+  out.putOctetString(v.signature);
+  if (v.m.unsignedAttrsPresent) asn1E_Attributes(out, v.unsignedAttrs, kTagUnsignedAttrs);
+  out.close(seq);
+}

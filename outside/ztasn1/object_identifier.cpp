@@ -1,0 +1,111 @@
+#include "outside/ztasn1/object_identifier.h"
+
+#include <cstring>
+#include <vector>
+
+#include "outside/ztasn1/ztasn1_errors.h"
+
+namespace Zanthorel {
+namespace ASN1 {
+namespace {
+
+void appendDecimal(std::string& text, std::uint64_t value) {
+  char digits[24];
+  std::size_t n = 0;
+  do {
+    digits[n++] = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  while (n > 0)
+    text.push_back(digits[--n]);
+}
+
+// Parses one arc of dotted text at `p`; false on no digit, a leading zero, or 2^64 and more.
+bool parseArc(const char*& p, std::uint64_t& arc) {
+  if (*p < '0' || *p > '9') return false;
+  if (*p == '0' && p[1] >= '0' && p[1] <= '9') return false;
+  arc = 0;
+  for (; *p >= '0' && *p <= '9'; ++p) {
+    const std::uint64_t digit = static_cast<std::uint64_t>(*p - '0');
+    if (arc > (UINT64_MAX - digit) / 10) return false;
+    arc = arc * 10 + digit;
+  }
+  return true;
+}
+
+void appendBase128(std::vector<OSOCTET>& out, std::uint64_t value) {
+  OSOCTET groups[10];
+  std::size_t n = 0;
+  do {
+    groups[n++] = static_cast<OSOCTET>(value & 0x7F);
+    value >>= 7;
+  } while (value != 0);
+  while (n > 1)
+    out.push_back(static_cast<OSOCTET>(groups[--n] | 0x80));
+  out.push_back(groups[0]);
+}
+
+}  // namespace
+
+int oid2str(std::string& text, const ASN1OBJID* oid) {
+  text.clear();
+  if (oid == nullptr) return 0;
+  std::uint64_t arc = 0;
+  bool first = true;
+  bool arcStart = true;
+  for (OSUINT32 i = 0; i < oid->numocts; ++i) {
+    const OSOCTET b = oid->data[i];
+    if ((arcStart && b == 0x80) || arc > (UINT64_MAX >> 7)) return 0;
+    arc = (arc << 7) | (b & 0x7Fu);
+    arcStart = (b & 0x80) == 0;
+    if (!arcStart) continue;
+    if (first) {
+      // The first subidentifier is 40 * arc1 + arc2, arc1 being 0, 1 or 2 (X.690 8.19.4).
+      const std::uint64_t top = arc < 80 ? arc / 40 : 2;
+      appendDecimal(text, top);
+      text.push_back('.');
+      appendDecimal(text, arc - top * 40);
+      first = false;
+    } else {
+      text.push_back('.');
+      appendDecimal(text, arc);
+    }
+    arc = 0;
+  }
+  if (!arcStart) {
+    text.clear();
+    return 0;
+  }
+  return 1;
+}
+
+void ASN1TObjId_traits::set(ASN1CTXT* ctxt, ASN1OBJID& oid, const char* text) {
+  oid = ASN1OBJID{};
+  if (text == nullptr || *text == '\0') return;
+  std::vector<OSOCTET> octets;
+  const char* p = text;
+  std::uint64_t top, second;
+  if (!parseArc(p, top) || *p++ != '.' || !parseArc(p, second) || top > 2 ||
+      (top < 2 && second > 39) || second > UINT64_MAX - 80)
+    ThrowHResult(E_INVALIDARG);
+  appendBase128(octets, top * 40 + second);
+  while (*p != '\0') {
+    std::uint64_t arc;
+    if (*p++ != '.' || !parseArc(p, arc)) ThrowHResult(E_INVALIDARG);
+    appendBase128(octets, arc);
+  }
+  oid.data = copyToContext(ctxt, octets.data(), octets.size());
+  oid.numocts = static_cast<OSUINT32>(octets.size());
+}
+
+void ASN1TObjId_traits::get(const ASN1OBJID& oid, std::string& text) {
+  if (!oid2str(text, &oid)) ThrowHResult(E_INVALIDARG);
+}
+
+bool oidEquals(const ASN1OBJID& oid, const char* text) noexcept {
+  std::string dotted;
+  return oid2str(dotted, &oid) && dotted == text;
+}
+
+}  // namespace ASN1
+}  // namespace Zanthorel

@@ -1,0 +1,26 @@
+// How the object library raises its failures: as the library's HRESULT errors.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "frame/throw_hresult.h"
+#include "outside/asn1rt/asn1_context.h"
+#include "outside/ztlib/blob.h"
+
+namespace Zanthorel {
+namespace ASN1 {
+
+using Zanthorel::PKI::TSP::ThrowHResult;
+
+// Memory for `count` bytes from the context; throws CRYPT_E_ASN1_MEMORY when there is none.
+void* allocOrThrow(ASN1CTXT* ctxt, std::size_t count);
+// A copy of `count` bytes in the context's memory.
+const OSOCTET* copyToContext(ASN1CTXT* ctxt, const void* bytes, std::size_t count);
+// A NUL-terminated copy of `text` in the context's memory.
+const char* copyTextToContext(ASN1CTXT* ctxt, const std::string& text);
+// Checks that `bytes` hold exactly one well-formed BER element; throws E_INVALIDARG otherwise.
+void checkSingleElement(const CBlob& bytes);
+
+}  // namespace ASN1
+}  // namespace Zanthorel

@@ -1,0 +1,87 @@
+// The DER writer: minimal lengths filled in afterwards, SET OF in DER order, sticky failures.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "outside/asn1rt/asn1_buffers.h"
+#include "tests/support/test_support.h"
+
+using Zanthorel::CBlob;
+using zttsp_test::toHex;
+
+namespace {
+
+std::string written(const DerWriter& out) {
+  return toHex(CBlob(out.data(), static_cast<std::uint32_t>(out.size())));
+}
+
+}  // namespace
+
+TEST(DerWriter, WritesMinimalLengthsAcrossTheirBoundaries) {
+  for (std::size_t length : {0u, 127u, 128u, 255u, 256u, 65535u, 65536u}) {
+    ASN1CTXT ctxt;
+    DerWriter out(&ctxt);
+    const std::size_t outer = out.open(kTagSequence);
+    const std::size_t inner = out.open(kTagSequence);
+    std::vector<OSOCTET> body(length, 0xAB);
+    out.putOctetString({static_cast<OSUINT32>(body.size()), body.data()});
+    out.close(inner);
+    out.close(outer);
+    ASSERT_TRUE(out.ok());
+    // Read it back strictly: every length must be the one DER asks for.
+    BerReader in(out.data(), out.size(), &ctxt);
+    BerReader seq, seq2;
+    ASN1DynOctStr value;
+    ASSERT_TRUE(in.readSequence(seq) && seq.readSequence(seq2) && seq2.readOctetString(value));
+    EXPECT_EQ(length, value.numocts);
+    const std::string hex = written(out);
+    if (length == 127) {
+      EXPECT_EQ("308184308181047F", hex.substr(0, 16));
+    }
+    if (length == 65536) {
+      EXPECT_EQ("308301000A3083010005048301000", hex.substr(0, 29));
+    }
+  }
+}
+
+TEST(DerWriter, SortsSetOfIntoDerOrder) {
+  // contentType (30 18) before signingTime (30 1C) before messageDigest (30 2F): shorter
+  // encodings first because their length octet differs before the identifiers do.
+  ASN1CTXT ctxt;
+  DerWriter out(&ctxt);
+  const std::size_t set = out.open(kTagSet);
+  const OSOCTET a[] = {0x02, 0x01, 0x05}, b[] = {0x02, 0x01, 0x03}, c[] = {0x01, 0x01, 0xFF};
+  out.putElement(kTagSequence, a, sizeof a);
+  out.putElement(kTagSequence, b, sizeof b);
+  out.putBoolean(true);
+  out.putElement(kTagSequence, c, sizeof c);
+  out.closeSetOf(set);
+  EXPECT_EQ("31120101FF30030101FF30030201033003020105", written(out));
+}
+
+TEST(DerWriter, EncodesNumbersAndTagsCanonically) {
+  ASN1CTXT ctxt;
+  DerWriter out(&ctxt);
+  out.putInteger("0x80");
+  out.putInteger("-0x80");
+  out.putInteger("0");
+  out.putInteger("-0x4CC7C80C");
+  out.putInt64(-1);
+  out.putBoolean(true);
+  out.putElement(asn1ContextTag(2047, false), nullptr, 0);
+  ASSERT_TRUE(out.ok());
+  EXPECT_EQ("020200800201800201000204B33837F40201FF0101FF9F8F7F00", written(out));
+}
+
+TEST(DerWriter, KeepsTheFirstFailure) {
+  ASN1CTXT ctxt;
+  DerWriter out(&ctxt);
+  out.putObjId(ASN1OBJID{});  // no arcs
+  out.putInteger("12x");
+  EXPECT_FALSE(out.ok());
+  EXPECT_EQ(ASN_E_INVPARAM, out.status());
+  const std::size_t before = out.size();
+  out.putBoolean(true);
+  EXPECT_EQ(before, out.size());
+}

@@ -1,0 +1,66 @@
+// Helpers shared by the test programs: vectors, files, hex, running openssl, HRESULT checks.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "frame/atl_exception.h"
+#include "outside/ztlib/blob.h"
+
+namespace zttsp_test {
+
+// Path of a third-party vector in tests/data/vectors.
+std::string vectorPath(const std::string& name);
+// Path of a file in tests/data.
+std::string dataPath(const std::string& name);
+
+Zanthorel::CBlob readFile(const std::string& path);
+void writeFile(const std::string& path, const Zanthorel::CBlob& bytes);
+void writeText(const std::string& path, const std::string& text);
+std::string readText(const std::string& path);
+
+// Hex digits (spaces, newlines and colons ignored) to bytes, and bytes to upper-case hex.
+Zanthorel::CBlob fromHex(const std::string& hex);
+std::string toHex(const Zanthorel::CBlob& bytes);
+Zanthorel::CBlob blobOf(const std::string& bytes);
+
+struct CommandResult {
+  int status;
+  std::string output;  // stdout and stderr together
+};
+// Runs a shell command and returns its exit status and output.
+CommandResult run(const std::string& command);
+
+// A fresh directory, removed with everything in it when the object goes.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  std::string path(const std::string& name = "") const;
+
+ private:
+  std::string dir_;
+};
+
+// The HRESULT that `f` throws as CAtlException, or S_OK when it throws nothing.
+template <class F>
+HRESULT hresultOf(F&& f) {
+  try {
+    f();
+  } catch (const ATL::CAtlException& e) {
+    return e.m_hr;
+  }
+  return S_OK;
+}
+
+// "0x80093101" and friends, for readable failure messages.
+std::string hresultText(HRESULT hr);
+
+}  // namespace zttsp_test
+
+#define EXPECT_HRESULT(expected, statement)    \
+  EXPECT_EQ(zttsp_test::hresultText(expected), \
+            zttsp_test::hresultText(zttsp_test::hresultOf([&] { statement; })))
