@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "outside/asn1rt/asn1_integer_text.h"
+#include "outside/asn1rt/ber_reader.h"
 
 namespace {
 
@@ -31,8 +32,9 @@ void writeLength(OSOCTET* out, std::size_t length) {
     out[i] = static_cast<OSOCTET>(length);
 }
 
-// Total size of the DER element at `p`, which this writer wrote.
-std::size_t elementSize(const OSOCTET* p) {
+// Total size of the element at `p`, which this writer wrote or took whole (putOpenType, which
+// may carry a BER indefinite length), within the `available` octets written after it.
+std::size_t elementSize(const OSOCTET* p, std::size_t available) {
   std::size_t i = 1;
   if ((p[0] & 0x1F) == 0x1F) {
     while (p[i] & 0x80)
@@ -41,6 +43,12 @@ std::size_t elementSize(const OSOCTET* p) {
   }
   std::size_t length = p[i];
   std::size_t header = i + 1;
+  if (length == 0x80) {
+    ASN1CTXT ctxt;
+    BerReader in(p, available, &ctxt);
+    ASN1OpenType element{};
+    return in.readOpenType(element) ? element.numocts : available;
+  }
   if (length & 0x80) {
     const std::size_t n = length & 0x7F;
     length = 0;
@@ -138,7 +146,7 @@ void DerWriter::closeSetOf(std::size_t mark) noexcept {
   };
   std::vector<Span> elements;
   for (std::size_t at = mark; at < size_;) {
-    const std::size_t n = elementSize(data_ + at);
+    const std::size_t n = elementSize(data_ + at, size_ - at);
     elements.push_back({data_ + at, n});
     at += n;
   }

@@ -143,7 +143,7 @@ TEST(BerReader, BoundsNestingDepth) {
   EXPECT_EQ(ASN_E_TOODEEP, readOpenType(nested(100000, "3080", "0000", "0500")));
   std::string definite = "0500";
   for (int i = 0; i < 100; ++i) {
-    char header[8];
+    char header[24];  // room for any size_t, which -O2 range analysis insists on
     const std::size_t length = definite.size() / 2;
     std::snprintf(header, sizeof header, length < 128 ? "30%02zX" : "3081%02zX", length);
     if (length > 255) break;

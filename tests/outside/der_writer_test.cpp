@@ -60,6 +60,19 @@ TEST(DerWriter, SortsSetOfIntoDerOrder) {
   EXPECT_EQ("31120101FF30030101FF30030201033003020105", written(out));
 }
 
+// A value taken whole from BER input keeps its indefinite length; sorting must step over it whole.
+TEST(DerWriter, SortsSetOfWithIndefiniteLengthValues) {
+  ASN1CTXT ctxt;
+  DerWriter out(&ctxt);
+  const std::size_t set = out.open(kTagSet);
+  const OSOCTET indefinite[] = {0x30, 0x80, 0x02, 0x01, 0x05, 0x00, 0x00};
+  const OSOCTET small[] = {0x02, 0x01, 0x01};
+  out.putOpenType({sizeof indefinite, indefinite});
+  out.putOpenType({sizeof small, small});
+  out.closeSetOf(set);
+  EXPECT_EQ("310A02010130800201050000", written(out));
+}
+
 TEST(DerWriter, EncodesNumbersAndTagsCanonically) {
   ASN1CTXT ctxt;
   DerWriter out(&ctxt);

@@ -1,0 +1,43 @@
+// Digests, signatures and public keys through OpenSSL libcrypto.
+#pragma once
+
+#include <openssl/evp.h>
+
+#include <cstddef>
+#include <initializer_list>
+#include <vector>
+
+#include "platform/algorithms.h"
+#include "platform/openssl_ptr.h"
+#include "platform/wincrypt.h"
+
+namespace Zanthorel {
+namespace Platform {
+
+struct ByteSpan {
+  const BYTE* data;
+  std::size_t size;
+};
+
+struct Digest {
+  BYTE value[EVP_MAX_MD_SIZE];
+  unsigned int size = 0;
+};
+
+// The digest of the parts, one after the other.
+Digest computeDigest(const EVP_MD* md, std::initializer_list<ByteSpan> parts);
+
+// The signature of `digest` (made with `md`): PKCS #1 v1.5 for RSA keys, DER ECDSA-Sig-Value for
+// EC keys. Throws NTE_BAD_KEY when the key cannot sign.
+std::vector<BYTE> signDigest(EVP_PKEY* key, const EVP_MD* md, const Digest& digest);
+
+// Whether `signature` is `key`'s signature of `digest` under `scheme`.
+bool verifyDigest(EVP_PKEY* key, SignatureScheme scheme, const EVP_MD* md, const Digest& digest,
+                  ByteSpan signature);
+
+// The key of a certificate's SubjectPublicKeyInfo. Throws CRYPT_E_ASN1_EOD when there is no key
+// and CRYPT_E_ASN1_BADTAG when it cannot be decoded.
+EvpPkeyPtr publicKeyOf(const CERT_PUBLIC_KEY_INFO& info);
+
+}  // namespace Platform
+}  // namespace Zanthorel

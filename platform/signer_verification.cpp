@@ -1,0 +1,119 @@
+#include "platform/signer_verification.h"
+
+#include <cstring>
+#include <string>
+
+#include "outside/ztasn1/object_identifier.h"
+#include "platform/api_guard.h"
+#include "platform/serial_number.h"
+
+namespace Zanthorel {
+namespace Platform {
+
+namespace {
+
+// The issuer and serial number of an issuerAndSerialNumber signer, read from its encoding: the
+// issuer is compared as encoded, which the decoded Name no longer is.
+bool readIssuerAndSerial(const ASN1OpenType& encoding, ASN1OpenType& issuer,
+                         ASN1DynOctStr& serial) {
+  ASN1CTXT ctxt;
+  BerReader in(encoding.data, encoding.numocts, &ctxt);
+  BerReader seq, sid;
+  ASN1DynOctStr version;
+  return in.readSequence(seq) && seq.readIntegerOctets(version) && seq.nextIs(kTagSequence) &&
+         seq.readSequence(sid) && sid.readOpenType(issuer) && sid.readIntegerOctets(serial);
+}
+
+bool identifies(const CERT_INFO& certificate, const ASN1OpenType& encoding) {
+  ASN1OpenType issuer;
+  ASN1DynOctStr serial;
+  if (!readIssuerAndSerial(encoding, issuer, serial)) return false;
+  if (issuer.numocts != certificate.Issuer.cbData ||
+      std::memcmp(issuer.data, certificate.Issuer.pbData, issuer.numocts) != 0)
+    return false;
+  const std::vector<BYTE> expected = bigEndianSerial(certificate.SerialNumber);
+  return sameInteger(serial.data, serial.numocts, expected.data(), expected.size());
+}
+
+std::string dotted(const ASN1OBJID& oid) {
+  std::string text;
+  ASN1::oid2str(text, &oid);
+  return text;
+}
+
+// The one value of the one attribute `oid`; CRYPT_E_AUTH_ATTR_MISSING when there is none, and
+// `ambiguous` when the attribute or its value is not single.
+const ASN1OpenType& singleValue(const ASN1T_Attributes& attributes, const char* oid,
+                                HRESULT ambiguous) {
+  const ASN1T_Attribute* found = nullptr;
+  for (const ASN1T_Attribute* attribute : rtSeqOfItems<ASN1T_Attribute>(attributes)) {
+    if (!ASN1::oidEquals(attribute->attrType, oid)) continue;
+    if (found != nullptr) fail(ambiguous);
+    found = attribute;
+  }
+  if (found == nullptr) fail(CRYPT_E_AUTH_ATTR_MISSING);
+  if (found->attrValues.count != 1) fail(ambiguous);
+  return *static_cast<const ASN1OpenType*>(found->attrValues.head->data);
+}
+
+void checkMessageDigest(const ASN1T_Attributes& attributes, const Digest& contentDigest) {
+  const ASN1OpenType& value = singleValue(attributes, szOID_RSA_messageDigest, CRYPT_E_HASH_VALUE);
+  ASN1CTXT ctxt;
+  BerReader in(value.data, value.numocts, &ctxt);
+  ASN1DynOctStr digest;
+  if (!in.readOctetString(digest) || !in.finish() || digest.numocts != contentDigest.size ||
+      std::memcmp(digest.data, contentDigest.value, contentDigest.size) != 0)
+    fail(CRYPT_E_HASH_VALUE);
+}
+
+void checkContentType(const ASN1T_Attributes& attributes, const ASN1OBJID& contentType) {
+  const ASN1OpenType& value =
+      singleValue(attributes, szOID_RSA_contentType, CRYPT_E_UNEXPECTED_ENCODING);
+  ASN1CTXT ctxt;
+  BerReader in(value.data, value.numocts, &ctxt);
+  ASN1OBJID type;
+  if (!in.readObjId(type) || !in.finish() || type.numocts != contentType.numocts ||
+      std::memcmp(type.data, contentType.data, type.numocts) != 0)
+    fail(CRYPT_E_UNEXPECTED_ENCODING);
+}
+
+}  // namespace
+
+void verifySigner(const std::vector<ASN1OpenType>& encodings,
+                  const std::vector<ASN1T_SignerInfo>& signers, const SignedContent& content,
+                  const CERT_INFO& certificate) {
+  std::size_t index = 0;
+  while (index < signers.size() && !identifies(certificate, encodings[index]))
+    ++index;
+  if (index == signers.size()) fail(CRYPT_E_SIGNER_NOT_FOUND);
+  const ASN1T_SignerInfo& signer = signers[index];
+
+  const EvpPkeyPtr key = publicKeyOf(certificate.SubjectPublicKeyInfo);
+  const EVP_MD* digest = digestByOid(dotted(signer.digestAlgorithm.algorithm));
+  SignatureAlgorithm algorithm;
+  if (digest == nullptr ||
+      !signatureAlgorithmByOid(dotted(signer.signatureAlgorithm.algorithm), algorithm))
+    fail(CRYPT_E_UNKNOWN_ALGO);
+  const EVP_MD* signatureDigest = algorithm.digest != nullptr ? algorithm.digest : digest;
+
+  const Digest contentDigest = computeDigest(digest, {content.digestInput});
+  Digest signed_ = contentDigest;
+  if (signer.m.signedAttrsPresent) {
+    checkMessageDigest(signer.signedAttrs, contentDigest);
+    checkContentType(signer.signedAttrs, content.contentType);
+    // The attributes as received, under the SET tag: re-sorting them would break the signatures
+    // of authorities that send them unsorted.
+    static const BYTE kSetTag = 0x31;
+    const ASN1OpenType& received = signer.signedAttrsEncoding;
+    signed_ =
+        computeDigest(signatureDigest, {{&kSetTag, 1}, {received.data + 1, received.numocts - 1u}});
+  } else if (signatureDigest != digest) {
+    signed_ = computeDigest(signatureDigest, {content.digestInput});
+  }
+  const bool verified = verifyDigest(key.get(), algorithm.scheme, signatureDigest, signed_,
+                                     {signer.signature.data, signer.signature.numocts});
+  if (!verified) fail(NTE_BAD_SIGNATURE);
+}
+
+}  // namespace Platform
+}  // namespace Zanthorel

@@ -1,0 +1,197 @@
+#include "rfc3161/token.h"
+
+#include <memory>
+
+#include "rfc3161/token_impl.h"
+#include "rfc3161/tstinfo_mapping.h"
+
+namespace Zanthorel {
+namespace PKI {
+namespace TSP {
+
+using ASN1::CAlgorithmIdentifierEx;
+using ASN1::CAttributes;
+using ASN1::CBigInteger;
+using ASN1::CExtensions;
+using ASN1::CGeneralName;
+using ASN1::CSignerInfo;
+
+namespace {
+
+template <class T>
+std::unique_ptr<T> copyOf(const std::unique_ptr<T>& source) {
+  return source ? std::make_unique<T>(*source) : nullptr;
+}
+
+// The writers' rule: the decoded bytes go first, then the copy replaces the old value.
+template <class T>
+void replace(CTokenImpl& token, std::unique_ptr<T>& field, const T* value) {
+  token.encoded.clear();
+  field = value != nullptr ? std::make_unique<T>(*value) : nullptr;
+}
+
+}  // namespace
+
+CAccuracy::CAccuracy(std::uint32_t seconds, std::uint32_t millis, std::uint32_t micros) {
+  const std::uint32_t totalMillis = millis + micros / 1000;
+  this->micros = micros % 1000;
+  this->millis = totalMillis % 1000;
+  this->seconds = seconds + totalMillis / 1000;
+}
+
+bool operator==(const CAccuracy& a, const CAccuracy& b) {
+  return a.seconds == b.seconds && a.millis == b.millis && a.micros == b.micros;
+}
+
+bool operator!=(const CAccuracy& a, const CAccuracy& b) {
+  return !(a == b);
+}
+
+// The TSTInfo fields travel through the codec's structure, as they would through an encoding.
+CTokenImpl::CTokenImpl(const CTokenImpl& other) {
+  ASN1BERDecodeBuffer arena;
+  ASN1T_TSTInfo tstInfo;
+  setTSTInfo(other, tstInfo, arena.getCtxtPtr());
+  getTSTInfo(*this, tstInfo);
+  signedAttributes = copyOf(other.signedAttributes);
+  unsignedAttributes = copyOf(other.unsignedAttributes);
+  certificates = copyOf(other.certificates);
+  signerInfo = other.signerInfo;
+  encoded = other.encoded;
+  // Last, once nothing can throw: a constructor that throws would not close it.
+  if (other.message != nullptr) message = CryptMsgDuplicate(other.message);
+}
+
+CToken::CToken() : impl_(new CTokenImpl) {}
+
+CToken::CToken(const char* policy, const CAlgorithmIdentifierEx& hashAlgorithm,
+               const CBlob& hashedMessage, const CBigInteger& serialNumber,
+               const CDateTime& genTime, bool ordering)
+    : impl_(new CTokenImpl) {
+  std::unique_ptr<CTokenImpl> guard(impl_);
+  impl_->policy = policy;
+  impl_->hashAlgorithm = hashAlgorithm;
+  impl_->hashedMessage = hashedMessage;
+  impl_->serialNumber = serialNumber;
+  impl_->genTime = genTime.getGeneralizedTime().c_str();
+  impl_->ordering = ordering;
+  guard.release();
+}
+
+CToken::CToken(const CToken& other) : impl_(new CTokenImpl(*other.impl_)) {}
+
+CToken& CToken::operator=(const CToken& other) {
+  if (impl_ != other.impl_) {
+    clear();
+    impl_ = new CTokenImpl;  // what the token holds should the copy fail
+    CTokenImpl* copy = new CTokenImpl(*other.impl_);
+    delete impl_;
+    impl_ = copy;
+  }
+  return *this;
+}
+
+CToken::~CToken() {
+  clear();
+}
+
+void CToken::clear() {
+  delete impl_;
+  impl_ = nullptr;
+}
+
+std::uint32_t CToken::get_version() const {
+  return impl_->version;
+}
+
+const char* CToken::get_policy() const {
+  return impl_->policy.c_str();
+}
+
+const CAlgorithmIdentifierEx& CToken::get_hashAlgorithm() const {
+  return impl_->hashAlgorithm;
+}
+
+const CBlob& CToken::get_hashedMessage() const {
+  return impl_->hashedMessage;
+}
+
+const CBigInteger& CToken::get_serialNumber() const {
+  return impl_->serialNumber;
+}
+
+CDateTime CToken::get_genTime() const {
+  return CDateTime(impl_->genTime.c_str());
+}
+
+const char* CToken::get_genTimeZ() const {
+  return impl_->genTime.c_str();
+}
+
+bool CToken::get_ordering() const {
+  return impl_->ordering;
+}
+
+const CAccuracy* CToken::get_accuracy() const {
+  return impl_->accuracy.get();
+}
+
+const CBigInteger* CToken::get_nonce() const {
+  return impl_->nonce.get();
+}
+
+const CGeneralName* CToken::get_tsa() const {
+  return impl_->tsa.get();
+}
+
+const CExtensions* CToken::get_extensions() const {
+  return impl_->extensions.get();
+}
+
+const CAttributes* CToken::get_signedAttributes() const {
+  return impl_->signedAttributes.get();
+}
+
+const CAttributes* CToken::get_unsignedAttributes() const {
+  return impl_->unsignedAttributes.get();
+}
+
+const CBlobList* CToken::get_certificates() const {
+  return impl_->certificates.get();
+}
+
+const CSignerInfo& CToken::get_signerInfo() const {
+  return impl_->signerInfo;
+}
+
+void CToken::put_accuracy(const CAccuracy* accuracy) {
+  replace(*impl_, impl_->accuracy, accuracy);
+}
+
+void CToken::put_nonce(const CBigInteger* nonce) {
+  replace(*impl_, impl_->nonce, nonce);
+}
+
+void CToken::put_tsa(const CGeneralName* tsa) {
+  replace(*impl_, impl_->tsa, tsa);
+}
+
+void CToken::put_extensions(const CExtensions* extensions) {
+  replace(*impl_, impl_->extensions, extensions);
+}
+
+void CToken::put_signedAttributes(const CAttributes* signedAttributes) {
+  replace(*impl_, impl_->signedAttributes, signedAttributes);
+}
+
+void CToken::put_unsignedAttributes(const CAttributes* unsignedAttributes) {
+  replace(*impl_, impl_->unsignedAttributes, unsignedAttributes);
+}
+
+void CToken::put_certificates(const CBlobList* certificates) {
+  replace(*impl_, impl_->certificates, certificates);
+}
+
+}  // namespace TSP
+}  // namespace PKI
+}  // namespace Zanthorel

@@ -1,0 +1,57 @@
+// CTokenImpl: the record behind a CToken, shared by the token's model, TSTInfo mapping, signing
+// and decoding. Internal to the library.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "frame/win32.h"
+#include "rfc3161/token.h"
+
+namespace Zanthorel {
+namespace PKI {
+namespace TSP {
+
+struct CTokenImpl {
+  // The TSTInfo.
+  std::uint32_t version = 1;
+  std::string policy;  // dotted text
+  ASN1::CAlgorithmIdentifierEx hashAlgorithm;
+  CBlob hashedMessage;
+  ASN1::CBigInteger serialNumber;
+  std::string genTime;  // GeneralizedTime text, never parsed
+  bool ordering = false;
+  std::unique_ptr<CAccuracy> accuracy;
+  std::unique_ptr<ASN1::CBigInteger> nonce;
+  std::unique_ptr<ASN1::CGeneralName> tsa;
+  std::unique_ptr<ASN1::CExtensions> extensions;
+  // What the SignedData around it carries.
+  std::unique_ptr<ASN1::CAttributes> signedAttributes;
+  std::unique_ptr<ASN1::CAttributes> unsignedAttributes;
+  std::unique_ptr<CBlobList> certificates;
+  // The signature state: this record's own reference to the signed or decoded message, its
+  // first signer, and the bytes last decoded.
+  HCRYPTMSG message = nullptr;
+  ASN1::CSignerInfo signerInfo;
+  CBlob encoded;
+
+  CTokenImpl() = default;
+  // A copy through the TSTInfo structure, holding its own reference to the message.
+  CTokenImpl(const CTokenImpl& other);
+  CTokenImpl& operator=(const CTokenImpl&) = delete;
+  ~CTokenImpl() { closeMessage(); }
+
+  void closeMessage() noexcept {
+    if (message != nullptr) CryptMsgClose(message);
+    message = nullptr;
+  }
+};
+
+// Replaces `signerInfo` with the SignerInfo encoded in `encodedSigner`; throws
+// CRYPT_E_ASN1_INTERNAL when it does not decode.
+void decodeSignerInfo(const CBlob& encodedSigner, ASN1::CSignerInfo& signerInfo);
+
+}  // namespace TSP
+}  // namespace PKI
+}  // namespace Zanthorel

@@ -1,0 +1,192 @@
+// CMSRequest: the requests of other implementations, attributes, failures, copies.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <regex>
+#include <string>
+
+#include "authenticode/ms_request.h"
+#include "outside/ztasn1/octet_string.h"
+#include "tests/support/test_support.h"
+
+using namespace Zanthorel::PKI::TSP;
+using Zanthorel::CBlob;
+using Zanthorel::CDateTime;
+using Zanthorel::ASN1::CAttribute;
+using Zanthorel::ASN1::CAttributes;
+using Zanthorel::ASN1::CAttrSigningTime;
+using Zanthorel::ASN1::CContentInfo;
+using Zanthorel::ASN1::toOctetString;
+using zttsp_test::fromHex;
+using zttsp_test::readFile;
+using zttsp_test::run;
+using zttsp_test::toHex;
+using zttsp_test::vectorPath;
+
+namespace {
+
+const char kCountersignature[] = "1.3.6.1.4.1.311.3.2.1";
+const char kData[] = "1.2.840.113549.1.7.1";
+
+CMSRequest decoded(const CBlob& bytes) {
+  CMSRequest request;
+  request.decode(bytes);
+  return request;
+}
+
+// Two attributes, given in DER order so that they read back in the order given.
+CAttributes someAttributes() {
+  CAttributes attributes;
+  CAttribute twoValues("1.3.6.1.4.1.99999.1");
+  twoValues.add(fromHex("020107"));
+  twoValues.add(fromHex("0500"));
+  attributes.push_back(twoValues);
+  CAttribute signingTime(CAttrSigningTime::kOid);
+  signingTime.add(CAttrSigningTime(CDateTime("20240621071205Z")));
+  attributes.push_back(signingTime);
+  return attributes;
+}
+
+}  // namespace
+
+TEST(MSRequest, DecodesTheRequestsOfOtherImplementationsAndWritesThemBack) {
+  for (const char* name : {"authenticode-tsreq-signtool.der", "authenticode-tsreq-picky.der"}) {
+    SCOPED_TRACE(name);
+    const CBlob bytes = readFile(vectorPath(name));
+    const CMSRequest request = decoded(bytes);
+    EXPECT_STREQ(kCountersignature, request.get_timeStampAlgorithm());
+    EXPECT_EQ(nullptr, request.get_attributes());
+    EXPECT_STREQ(kData, request.get_contentInfo().get_contentType());
+    EXPECT_EQ(260u, request.get_contentInfo().get_content().cbData()) << "a 256-byte signature";
+    EXPECT_EQ(toHex(bytes), toHex(request.encode()));
+  }
+  const CMSRequest signtool = decoded(readFile(vectorPath("authenticode-tsreq-signtool.der")));
+  EXPECT_EQ("048201005554A938", toHex(signtool.get_contentInfo().get_content()).substr(0, 16));
+}
+
+TEST(MSRequest, RoundTripsAttributesInTheirPlace) {
+  zttsp_test::TempDir dir;
+  const CAttributes attributes = someAttributes();
+  CMSRequest request(kCountersignature, CContentInfo(kData, toOctetString(fromHex("0102"))));
+  request.put_attributes(&attributes);
+  const CBlob bytes = request.encode();
+
+  CMSRequest back(request);
+  back.put_attributes(nullptr);
+  back.decode(bytes);
+  ASSERT_NE(nullptr, back.get_attributes());
+  EXPECT_TRUE(attributes == *back.get_attributes());
+  EXPECT_STREQ(kCountersignature, back.get_timeStampAlgorithm());
+  EXPECT_TRUE(request.get_contentInfo() == back.get_contentInfo());
+  EXPECT_EQ(toHex(bytes), toHex(back.encode()));
+
+  // OpenSSL sees the SET of attributes between the identifier and the content.
+  zttsp_test::writeFile(dir.path("request.der"), bytes);
+  const auto parsed = run("openssl asn1parse -inform DER -in '" + dir.path("request.der") + "'");
+  ASSERT_EQ(0, parsed.status) << parsed.output;
+  const std::regex order(
+      "d=1 .*OBJECT +:1\\.3\\.6\\.1\\.4\\.1\\.311\\.3\\.2\\.1\n"
+      ".*d=1 .*SET[^\n]*\n(.*\n)*.*d=1 .*SEQUENCE[^\n]*\n.*:pkcs7-data");
+  EXPECT_TRUE(std::regex_search(parsed.output, order)) << parsed.output;
+  EXPECT_NE(std::string::npos, parsed.output.find(":signingTime")) << parsed.output;
+}
+
+TEST(MSRequest, EmptyAttributeListsAreWrittenAsAbsentAndReadAsPresent) {
+  const CContentInfo content(kData, toOctetString(fromHex("AABB")));
+  const CMSRequest plain(kCountersignature, content);
+  CMSRequest empty(plain);
+  const CAttributes none;
+  empty.put_attributes(&none);
+  ASSERT_NE(nullptr, empty.get_attributes()) << "kept as given";
+  EXPECT_EQ(toHex(plain.encode()), toHex(empty.encode()));
+  EXPECT_EQ(nullptr, decoded(empty.encode()).get_attributes());
+
+  // A present but empty SET (31 00) reads as a present, empty list and is then left out.
+  const std::string withEmptySet = "301B 060A2B0601040182370302013100 300B 06092A864886F70D010701";
+  const std::string withoutSet = "3019 060A2B060104018237030201 300B 06092A864886F70D010701";
+  CMSRequest fromEmptySet = decoded(fromHex(withEmptySet));
+  ASSERT_NE(nullptr, fromEmptySet.get_attributes());
+  EXPECT_EQ(0u, fromEmptySet.get_attributes()->size());
+  EXPECT_EQ(toHex(fromHex(withoutSet)), toHex(fromEmptySet.encode()));
+
+  // Decoding a request without attributes drops those held.
+  const CAttributes attributes = someAttributes();
+  fromEmptySet.put_attributes(&attributes);
+  fromEmptySet.decode(fromHex(withoutSet));
+  EXPECT_EQ(nullptr, fromEmptySet.get_attributes());
+  EXPECT_TRUE(fromEmptySet.get_contentInfo().get_content().empty());
+}
+
+TEST(MSRequest, RefusesBadBytesAndKeepsWhatItHeld) {
+  const CAttributes attributes = someAttributes();
+  CMSRequest request("1.2.3.4", CContentInfo(kData, toOctetString(fromHex("CAFE"))));
+  request.put_attributes(&attributes);
+  const CBlob before = request.encode();
+  auto expectUnchanged = [&](const char* why) {
+    EXPECT_STREQ("1.2.3.4", request.get_timeStampAlgorithm()) << why;
+    ASSERT_NE(nullptr, request.get_attributes()) << why;
+    EXPECT_EQ(toHex(before), toHex(request.encode())) << why;
+  };
+
+  const CBlob valid = readFile(vectorPath("authenticode-tsreq-signtool.der"));
+  for (std::uint32_t n = 0; n < valid.cbData(); ++n) {
+    EXPECT_HRESULT(CRYPT_E_ASN1_INTERNAL, request.decode(CBlob(valid.pbData(), n))) << n;
+  }
+  expectUnchanged("truncated");
+
+  std::string deep;
+  for (int i = 0; i < 5000; ++i)
+    deep += "3080";
+  const struct {
+    std::string hex;
+    const char* why;
+  } cases[] = {
+      {toHex(valid) + "00", "a trailing byte"},
+      {"3084 FFFFFFFF 060A2B060104018237030201", "length 2^32-1"},
+      {deep + "0000", "5,000-deep nesting"},
+      {"300E 060A2B060104018237030201 0500", "NULL where the content info belongs"},
+      {"3011 060A2B060104018237030201 3103 0201 05", "a truncated attribute"},
+      {"3014 0403000000 3100 300B 06092A864886F70D010701", "no identifier first"},
+      {"300F 0600 300B 06092A864886F70D010701", "an identifier without octets"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_HRESULT(CRYPT_E_ASN1_INTERNAL, request.decode(fromHex(c.hex))) << c.why;
+    expectUnchanged(c.why);
+  }
+
+  // Nothing to encode without an identifier.
+  EXPECT_HRESULT(CRYPT_E_ASN1_INTERNAL, CMSRequest().encode());
+}
+
+TEST(MSRequest, CopiesAreIndependentValues) {
+  const CMSRequest fresh;
+  EXPECT_STREQ("", fresh.get_timeStampAlgorithm());
+  EXPECT_EQ(nullptr, fresh.get_attributes());
+  EXPECT_STREQ("", fresh.get_contentInfo().get_contentType());
+
+  const CAttributes attributes = someAttributes();
+  auto source = std::make_unique<CMSRequest>(kCountersignature,
+                                             CContentInfo(kData, toOctetString(fromHex("01"))));
+  source->put_attributes(&attributes);
+  source->put_attributes(source->get_attributes());
+  ASSERT_NE(nullptr, source->get_attributes());
+  EXPECT_TRUE(attributes == *source->get_attributes());
+  *source = *source;
+  EXPECT_TRUE(attributes == *source->get_attributes());
+
+  CMSRequest copy(*source);
+  CMSRequest assigned;
+  assigned = *source;
+  source->put_timeStampAlgorithm("1.2.3");
+  source->put_contentInfo(CContentInfo("1.2.4"));
+  source->put_attributes(nullptr);
+  for (const CMSRequest* kept : {&copy, &assigned}) {
+    EXPECT_STREQ(kCountersignature, kept->get_timeStampAlgorithm());
+    EXPECT_STREQ(kData, kept->get_contentInfo().get_contentType());
+    ASSERT_NE(nullptr, kept->get_attributes());
+    EXPECT_TRUE(attributes == *kept->get_attributes());
+  }
+  const CBlob expected = copy.encode();
+  source.reset();
+  EXPECT_EQ(toHex(expected), toHex(assigned.encode()));
+}

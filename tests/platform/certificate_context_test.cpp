@@ -1,0 +1,79 @@
+// CertCreateCertificateContext: the CERT_INFO in the Windows forms.
+#include <ctime>
+
+#include "tests/platform/platform_fixture.h"
+
+namespace platform_test {
+namespace {
+
+Bytes blob(const CRYPT_DATA_BLOB& b) {
+  return Bytes(b.pbData, b.pbData + b.cbData);
+}
+
+unsigned long long ticks(const FILETIME& t) {
+  return (static_cast<unsigned long long>(t.dwHighDateTime) << 32) | t.dwLowDateTime;
+}
+
+TEST(CertificateContext, InfoHasTheWindowsForms) {
+  const TestKeys& keys = testKeys();
+  CertificateHandle rsa(keys.rsa.certificate), ec(keys.ec.certificate), ca(keys.ca.certificate);
+  const CERT_INFO& info = *rsa.info();
+  EXPECT_EQ(keys.rsa.certificate,
+            Bytes(rsa.get()->pbCertEncoded, rsa.get()->pbCertEncoded + rsa.get()->cbCertEncoded));
+  EXPECT_EQ(X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, rsa.get()->dwCertEncodingType);
+  EXPECT_EQ(2u, info.dwVersion);
+  // 02 09 00 80 00 00 00 00 00 00 01, reversed with its sign octet.
+  EXPECT_EQ(Bytes({0x01, 0, 0, 0, 0, 0, 0, 0x80, 0x00}), blob(info.SerialNumber));
+  EXPECT_EQ(Bytes({0x34, 0x12}), blob(ec.info()->SerialNumber));
+  EXPECT_EQ(blob(ca.info()->Subject), blob(info.Issuer));
+  EXPECT_EQ(0x30, info.Subject.pbData[0]);
+  EXPECT_STREQ(szOID_RSA_SHA256RSA, info.SignatureAlgorithm.pszObjId);
+  EXPECT_STREQ(szOID_RSA_RSA, info.SubjectPublicKeyInfo.Algorithm.pszObjId);
+  EXPECT_EQ(Bytes({0x05, 0x00}), blob(info.SubjectPublicKeyInfo.Algorithm.Parameters));
+  EXPECT_EQ(270u, info.SubjectPublicKeyInfo.PublicKey.cbData);  // RSAPublicKey of 2048 bits
+  EXPECT_EQ(0u, info.SubjectPublicKeyInfo.PublicKey.cUnusedBits);
+  const CERT_PUBLIC_KEY_INFO& ecKey = ec.info()->SubjectPublicKeyInfo;
+  EXPECT_STREQ(szOID_ECC_PUBLIC_KEY, ecKey.Algorithm.pszObjId);
+  EXPECT_EQ(Bytes({0x06, 0x08, 0x2A, 0x86, 0x48, 0xCE, 0x3D, 0x03, 0x01, 0x07}),
+            blob(ecKey.Algorithm.Parameters));
+  EXPECT_EQ(65u, ecKey.PublicKey.cbData);
+
+  // Issued for 30 days from now.
+  EXPECT_EQ(30ull * 86400 * 10000000, ticks(info.NotAfter) - ticks(info.NotBefore));
+  const unsigned long long now =
+      (static_cast<unsigned long long>(std::time(nullptr)) + 11644473600ull) * 10000000ull;
+  EXPECT_LT(now - ticks(info.NotBefore), 86400ull * 10000000);
+
+  bool usage = false;
+  for (DWORD i = 0; i < info.cExtension; ++i) {
+    if (std::string(info.rgExtension[i].pszObjId) != "2.5.29.37") continue;
+    usage = true;
+    EXPECT_TRUE(info.rgExtension[i].fCritical);
+    EXPECT_EQ(Bytes({0x30, 0x0A, 0x06, 0x08, 0x2B, 0x06, 0x01, 0x05, 0x05, 0x07, 0x03, 0x08}),
+              blob(info.rgExtension[i].Value));
+  }
+  EXPECT_TRUE(usage);
+}
+
+TEST(CertificateContext, BadInputFails) {
+  const Bytes certificate = testKeys().rsa.certificate;
+  const std::pair<Bytes, HRESULT> cases[] = {
+      {{}, CRYPT_E_ASN1_EOD},
+      {{0x30, 0x03, 0x01, 0x02, 0x03}, CRYPT_E_ASN1_CORRUPT},
+      {{0x04, 0x02, 0x00, 0x00}, CRYPT_E_ASN1_BADTAG},
+      {Bytes(certificate.begin(), certificate.end() - 1), CRYPT_E_ASN1_EOD},
+  };
+  for (const auto& [bytes, expected] : cases) {
+    SetLastError(0);
+    EXPECT_EQ(nullptr, CertCreateCertificateContext(X509_ASN_ENCODING, bytes.data(),
+                                                    static_cast<DWORD>(bytes.size())));
+    EXPECT_EQ(static_cast<DWORD>(expected), GetLastError()) << zttsp_test::hresultText(expected);
+  }
+  EXPECT_EQ(nullptr, CertCreateCertificateContext(PKCS_7_ASN_ENCODING, certificate.data(),
+                                                  static_cast<DWORD>(certificate.size())));
+  EXPECT_EQ(static_cast<DWORD>(E_INVALIDARG), GetLastError());
+  EXPECT_TRUE(CertFreeCertificateContext(nullptr));
+}
+
+}  // namespace
+}  // namespace platform_test

@@ -1,0 +1,256 @@
+// Messages made by OpenSSL and by real authorities, read and verified through the platform.
+#include <string>
+
+#include "outside/asn1rt/ber_reader.h"
+#include "tests/platform/platform_fixture.h"
+
+namespace platform_test {
+namespace {
+
+const char kTstInfoType[] = "1.2.840.113549.1.9.16.1.4";
+
+// The TimeStampToken inside a TimeStampResp.
+Bytes tokenOf(const Bytes& response) {
+  ASN1CTXT ctxt;
+  BerReader in(response.data(), response.size(), &ctxt), resp;
+  ASN1OpenType status, token;
+  EXPECT_TRUE(in.readSequence(resp) && resp.readOpenType(status) && resp.readOpenType(token));
+  return Bytes(token.data, token.data + token.numocts);
+}
+
+Bytes vector(const std::string& name) {
+  return readBytes(zttsp_test::vectorPath(name));
+}
+
+// Each certificate of the message, tried as the signer: exactly one verifies, the others are
+// no signer of it.
+void expectOneEmbeddedSignerVerifies(const DecodedMessage& decoded) {
+  int verified = 0;
+  const DWORD count = decoded.dword(CMSG_CERT_COUNT_PARAM);
+  for (DWORD i = 0; i < count; ++i) {
+    const HRESULT result = decoded.verify(decoded.param(CMSG_CERT_PARAM, i));
+    if (result == S_OK) {
+      ++verified;
+    } else {
+      EXPECT_EQ(CRYPT_E_SIGNER_NOT_FOUND, result);
+    }
+  }
+  EXPECT_EQ(1, verified);
+}
+
+TEST(Decoding, OpenSslCmsSignedMessagesDecodeAndVerify) {
+  const TestKeys& keys = testKeys();
+  const Bytes content = bytesOf("signed by openssl cms\n");
+  writeBytes(keys.dir + "/in.txt", content);
+  for (const TestSigner* signer : {&keys.rsa, &keys.ec}) {
+    for (const std::string extra : {"", " -noattr", " -md sha512 -nocerts"}) {
+      SCOPED_TRACE(signer->certPath + extra);
+      openssl("cms -sign -binary -nodetach -in " + keys.dir + "/in.txt -signer " +
+              signer->certPath + " -inkey " + signer->keyPath + extra + " -outform DER -out " +
+              keys.dir + "/signed.der");
+      DecodedMessage decoded(readBytes(keys.dir + "/signed.der"));
+      ASSERT_TRUE(decoded.ok()) << std::hex << decoded.error();
+      EXPECT_EQ(content, decoded.param(CMSG_CONTENT_PARAM));
+      EXPECT_EQ(bytesOf(std::string(szOID_RSA_data) + '\0'),
+                decoded.param(CMSG_INNER_CONTENT_TYPE_PARAM));
+      EXPECT_EQ(1u, decoded.dword(CMSG_SIGNER_COUNT_PARAM));
+      const bool certs = extra.find("nocerts") == std::string::npos;
+      EXPECT_EQ(certs ? 1u : 0u, decoded.dword(CMSG_CERT_COUNT_PARAM));
+      if (certs) {
+        EXPECT_EQ(signer->certificate, decoded.param(CMSG_CERT_PARAM, 0));
+      }
+      DWORD size = 0;
+      EXPECT_FALSE(
+          CryptMsgGetParam(decoded.handle(), CMSG_SIGNER_UNAUTH_ATTR_PARAM, 0, nullptr, &size));
+      EXPECT_EQ(static_cast<DWORD>(CRYPT_E_ATTRIBUTES_MISSING), GetLastError());
+      if (extra != " -noattr") {
+        const std::vector<Attribute> attributes =
+            attributesOf(decoded.param(CMSG_SIGNER_AUTH_ATTR_PARAM));
+        EXPECT_EQ(szOID_RSA_contentType, attributes.at(0).oid);
+        EXPECT_EQ(szOID_RSA_signingTime, attributes.at(1).oid);
+        EXPECT_EQ(szOID_RSA_messageDigest, attributes.at(2).oid);
+      }
+      EXPECT_EQ(S_OK, decoded.verify(signer->certificate));
+      const TestSigner& other = signer == &keys.rsa ? keys.ec : keys.rsa;
+      EXPECT_EQ(CRYPT_E_SIGNER_NOT_FOUND, decoded.verify(other.certificate));
+      EXPECT_EQ(CRYPT_E_SIGNER_NOT_FOUND, decoded.verify(keys.ca.certificate));
+    }
+  }
+}
+
+// A certificate with the signer's issuer and serial but another key: the signature fails.
+TEST(Decoding, AnotherKeyUnderTheSignersNameFails) {
+  const TestKeys& keys = testKeys();
+  const Bytes message = signMessage(keys.rsa, bytesOf("key swap"));
+  CertificateHandle signer(keys.rsa.certificate);
+  CertificateHandle other(keys.ec.certificate);
+  CERT_INFO forged = *signer.info();
+  forged.SubjectPublicKeyInfo = other.info()->SubjectPublicKeyInfo;
+  DecodedMessage decoded(message);
+  EXPECT_FALSE(CryptMsgControl(decoded.handle(), 0, CMSG_CTRL_VERIFY_SIGNATURE, &forged));
+  EXPECT_EQ(static_cast<DWORD>(NTE_BAD_SIGNATURE), GetLastError());
+  forged.SubjectPublicKeyInfo.PublicKey = {};
+  EXPECT_FALSE(CryptMsgControl(decoded.handle(), 0, CMSG_CTRL_VERIFY_SIGNATURE, &forged));
+  EXPECT_EQ(static_cast<DWORD>(CRYPT_E_ASN1_EOD), GetLastError());
+  EXPECT_FALSE(CryptMsgControl(decoded.handle(), 0, 0, signer.info()));
+  EXPECT_EQ(static_cast<DWORD>(CRYPT_E_CONTROL_TYPE), GetLastError());
+}
+
+TEST(Decoding, OpenSslTimeStampTokenDecodesAndVerifies) {
+  const TestKeys& keys = testKeys();
+  const std::string& dir = keys.dir;
+  zttsp_test::writeText(dir + "/ts.cnf",
+                        "[ tsa ]\ndefault_tsa = tsa1\n[ tsa1 ]\nserial = " + dir +
+                            "/tsaserial\nsigner_cert = " + keys.rsa.certPath +
+                            "\nsigner_key = " + keys.rsa.keyPath +
+                            "\nsigner_digest = sha256\ndefault_policy = 1.2.3.4.1\n"
+                            "digests = sha256\naccuracy = secs:1\ness_cert_id_alg = sha256\n");
+  zttsp_test::writeText(dir + "/tsaserial", "01\n");
+  writeBytes(dir + "/data.txt", bytesOf("stamp me"));
+  openssl("ts -query -data " + dir + "/data.txt -sha256 -cert -out " + dir + "/req.tsq");
+  openssl("ts -reply -config " + dir + "/ts.cnf -queryfile " + dir + "/req.tsq -token_out -out " +
+          dir + "/token.der");
+  DecodedMessage decoded(readBytes(dir + "/token.der"));
+  ASSERT_TRUE(decoded.ok()) << std::hex << decoded.error();
+  EXPECT_EQ(bytesOf(std::string(kTstInfoType) + '\0'),
+            decoded.param(CMSG_INNER_CONTENT_TYPE_PARAM));
+  const Bytes content = decoded.param(CMSG_CONTENT_PARAM);
+  ASSERT_FALSE(content.empty());
+  EXPECT_EQ(0x04, content[0]);  // the CMS form, OCTET STRING around the TSTInfo
+  EXPECT_EQ(3u, decoded.dword(CMSG_VERSION_PARAM));
+  EXPECT_EQ(keys.rsa.certificate, decoded.param(CMSG_CERT_PARAM, 0));
+  EXPECT_EQ(S_OK, decoded.verify(keys.rsa.certificate));
+}
+
+// Tokens and answers of real authorities, with the BER, unsorted attributes, absent parameters,
+// attribute certificates and OCSP entries they carry.
+TEST(Decoding, AuthorityVectorsVerifyWithTheirCertificates) {
+  for (const char* name :
+       {"resp-freetsa-sha512-ordering-essv1.tsr", "resp-globalsign-g4-essv2-cmsalgprotect.tsr",
+        "resp-digicert-sha1-rsasha1-certs.tsr", "resp-identrust-sha512imprint-essv1.tsr",
+        "resp-sigstage-ecdsa-sha384imprint.tsr", "resp-ncipher-v1attrcert-millis.tsr",
+        "resp-drv-qc-essv2-etsi-policy.tsr", "resp-signserver-statusstring-certs.tsr",
+        "resp-freetsa-sha256-nononce-micros-certs.tsr"}) {
+    SCOPED_TRACE(name);
+    DecodedMessage decoded(tokenOf(vector(name)));
+    ASSERT_TRUE(decoded.ok()) << std::hex << decoded.error();
+    EXPECT_EQ(0x04, decoded.param(CMSG_CONTENT_PARAM).at(0));
+    expectOneEmbeddedSignerVerifies(decoded);
+  }
+  for (const char* name :
+       {"tst-digicert-unsorted-signedattrs.der", "tst-microsoft-millis-nshield-signerattr.der",
+        "tst-exceet-ber-indefinite-ocsprevinfo.der", "tst-comodo-sha1-from-authenticode.der",
+        "authenticode-tsresp-digicert.p7b", "authenticode-sig-symantec-legacy-countersig.p7b"}) {
+    SCOPED_TRACE(name);
+    DecodedMessage decoded(vector(name));
+    ASSERT_TRUE(decoded.ok()) << std::hex << decoded.error();
+    expectOneEmbeddedSignerVerifies(decoded);
+  }
+  // Signers whose certificates travel separately: a DER certificate, or PEM chains, read as the
+  // certificates of a degenerate SignedData that OpenSSL makes of them.
+  EXPECT_EQ(S_OK, DecodedMessage(tokenOf(vector("resp-bc-md5-accuracy-ordering.tsr")))
+                      .verify(vector("cert-bc-test-tsa.der")));
+  const std::pair<const char*, const char*> chains[] = {
+      {"resp-sigstore-mock-ber-octetstring-negserial.tsr", "cert-sigstore-mock-tsa-chain.pem"},
+      {"resp-symantec-sha256-nonce-nocerts.tsr", "cert-symantec-ts-g2-chain.pem"},
+      {"tst-freetsa-sha384-micros-ordering-nocerts.der", "cert-freetsa-chain.pem"}};
+  for (const auto& [message, chain] : chains) {
+    SCOPED_TRACE(message);
+    const std::string bundle = testKeys().dir + "/chain.p7";
+    openssl("crl2pkcs7 -nocrl -certfile " + zttsp_test::vectorPath(chain) + " -outform DER -out " +
+            bundle);
+    DecodedMessage certificates(readBytes(bundle));
+    ASSERT_TRUE(certificates.ok());
+    EXPECT_EQ(0u, certificates.dword(CMSG_SIGNER_COUNT_PARAM));
+    const Bytes bytes = vector(message);
+    DecodedMessage decoded(std::string(message).rfind("resp-", 0) == 0 ? tokenOf(bytes) : bytes);
+    int verified = 0;
+    for (DWORD i = 0; i < certificates.dword(CMSG_CERT_COUNT_PARAM); ++i) {
+      verified += decoded.verify(certificates.param(CMSG_CERT_PARAM, i)) == S_OK;
+    }
+    EXPECT_EQ(1, verified);
+  }
+}
+
+TEST(Decoding, VectorQuirksAreHandled) {
+  // Constructed OCTET STRING eContent: handed out as one primitive OCTET STRING.
+  DecodedMessage ber(tokenOf(vector("resp-sigstore-mock-ber-octetstring-negserial.tsr")));
+  const Bytes content = ber.param(CMSG_CONTENT_PARAM);
+  EXPECT_EQ(0x04, content.at(0));
+  EXPECT_EQ(0x30, content.at(content[1] < 0x80 ? 2 : 2 + (content[1] & 0x7F)));
+
+  // Only the X.509 choices count: the nCipher attribute certificate and the exceet OCSP
+  // response are skipped.
+  DecodedMessage ncipher(tokenOf(vector("resp-ncipher-v1attrcert-millis.tsr")));
+  EXPECT_EQ(1u, ncipher.dword(CMSG_CERT_COUNT_PARAM));
+  EXPECT_EQ(0x30, ncipher.param(CMSG_CERT_PARAM, 0).at(0));
+  DWORD size = 0;
+  EXPECT_FALSE(CryptMsgGetParam(ncipher.handle(), CMSG_CERT_PARAM, 1, nullptr, &size));
+  EXPECT_EQ(static_cast<DWORD>(CRYPT_E_INVALID_INDEX), GetLastError());
+  DecodedMessage exceet(vector("tst-exceet-ber-indefinite-ocsprevinfo.der"));
+  EXPECT_EQ(0u, exceet.dword(CMSG_CRL_COUNT_PARAM));
+
+  // The ECDSA signature with negative r and s does not verify.
+  DecodedMessage invalid(tokenOf(vector("resp-sigstage-ecdsa-invalid-signature.tsr")));
+  ASSERT_TRUE(invalid.ok());
+  EXPECT_EQ(NTE_BAD_SIGNATURE, invalid.verify(invalid.param(CMSG_CERT_PARAM, 0)));
+
+  // The Authenticode signature: PKCS #7 content placed under [0] as it is.
+  DecodedMessage authenticode(vector("authenticode-sig-symantec-legacy-countersig.p7b"));
+  EXPECT_EQ(0x30, authenticode.param(CMSG_CONTENT_PARAM).at(0));
+  EXPECT_EQ(bytesOf("1.3.6.1.4.1.311.2.1.4" + std::string(1, '\0')),
+            authenticode.param(CMSG_INNER_CONTENT_TYPE_PARAM));
+  EXPECT_EQ(1u, attributesOf(authenticode.param(CMSG_SIGNER_UNAUTH_ATTR_PARAM)).size());
+
+  // PE padding after the message is ignored.
+  Bytes padded = vector("authenticode-tsresp-digicert.p7b");
+  padded.insert(padded.end(), 7, 0x00);
+  DecodedMessage withPadding(padded);
+  EXPECT_TRUE(withPadding.ok());
+  expectOneEmbeddedSignerVerifies(withPadding);
+}
+
+TEST(Decoding, MalformedInputFailsWithTheWindowsCodes) {
+  const Bytes message = signMessage(testKeys().ec, bytesOf("malformed"));
+  const Bytes signedDataType = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x02};
+  Bytes emptyContent = {0x30, 0x0D};
+  emptyContent.insert(emptyContent.end(), signedDataType.begin(), signedDataType.end());
+  emptyContent.insert(emptyContent.end(), {0xA0, 0x00});
+  Bytes dataMessage = {0x30, 0x0F, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7,
+                       0x0D, 0x01, 0x07, 0x01, 0xA0, 0x02, 0x04, 0x00};
+  const std::pair<Bytes, HRESULT> cases[] = {
+      {{}, CRYPT_E_ASN1_EOD},
+      {{0x30}, CRYPT_E_ASN1_CORRUPT},
+      {{0x02, 0x01, 0x00}, CRYPT_E_ASN1_BADTAG},
+      {{0xFF, 0xFF, 0xFF}, CRYPT_E_ASN1_BADTAG},
+      {Bytes(message.begin(), message.begin() + 40), CRYPT_E_ASN1_EOD},
+      {emptyContent, CRYPT_E_ASN1_CORRUPT},
+      {dataMessage, CRYPT_E_INVALID_MSG_TYPE},
+  };
+  for (const auto& [bytes, expected] : cases) {
+    DecodedMessage decoded(bytes);
+    EXPECT_FALSE(decoded.ok());
+    EXPECT_EQ(static_cast<DWORD>(expected), decoded.error()) << zttsp_test::hresultText(expected);
+    DWORD size = 0;
+    EXPECT_FALSE(CryptMsgGetParam(decoded.handle(), CMSG_CONTENT_PARAM, 0, nullptr, &size));
+    EXPECT_FALSE(CryptMsgUpdate(decoded.handle(), message.data(), 1, TRUE));
+    EXPECT_EQ(static_cast<DWORD>(CRYPT_E_MSG_ERROR), GetLastError());
+  }
+
+  // Every truncation of a whole message fails cleanly.
+  for (std::size_t length = 0; length < message.size(); ++length) {
+    EXPECT_FALSE(DecodedMessage(Bytes(message.begin(), message.begin() + length)).ok()) << length;
+  }
+
+  // The bare SignedData: refused as a ContentInfo, read with CMSG_SIGNED.
+  DecodedMessage whole(message);
+  const Bytes bare(message.begin() + 17, message.end());  // 30 82 xx xx, OID, A0 82 xx xx
+  EXPECT_EQ(static_cast<DWORD>(CRYPT_E_ASN1_BADTAG), DecodedMessage(bare).error());
+  DecodedMessage typed(bare, CMSG_SIGNED);
+  EXPECT_TRUE(typed.ok());
+  EXPECT_EQ(bytesOf("malformed"), typed.param(CMSG_CONTENT_PARAM));
+  EXPECT_EQ(CMSG_SIGNED, typed.dword(CMSG_TYPE_PARAM));
+}
+
+}  // namespace
+}  // namespace platform_test

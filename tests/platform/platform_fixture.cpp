@@ -1,0 +1,236 @@
+#include "tests/platform/platform_fixture.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+namespace platform_test {
+
+using zttsp_test::run;
+
+Bytes readBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void writeBytes(const std::string& path, const Bytes& bytes) {
+  std::ofstream out(path, std::ios::binary);
+  out.write(reinterpret_cast<const char*>(bytes.data()),
+            static_cast<std::streamsize>(bytes.size()));
+}
+
+Bytes bytesOf(const std::string& text) {
+  return Bytes(text.begin(), text.end());
+}
+
+std::string openssl(const std::string& arguments) {
+  const zttsp_test::CommandResult result = run("openssl " + arguments);
+  EXPECT_EQ(0, result.status) << "openssl " << arguments << "\n" << result.output;
+  return result.output;
+}
+
+namespace {
+
+TestSigner makeLeaf(const std::string& dir, const std::string& name,
+                    const std::string& keyAlgorithm, const std::string& serial) {
+  TestSigner signer{dir + "/" + name + ".key", dir + "/" + name + ".pem", {}};
+  openssl("genpkey " + keyAlgorithm + " -out " + signer.keyPath);
+  openssl("req -new -key " + signer.keyPath + " -subj '/O=Zanthorel Test/CN=" + name +
+          " signer' -out " + dir + "/" + name + ".csr");
+  openssl("x509 -req -in " + dir + "/" + name + ".csr -CA " + dir + "/ca.pem -CAkey " + dir +
+          "/ca.key -set_serial " + serial + " -days 30 -extfile " + dir + "/leaf.ext -out " +
+          signer.certPath);
+  openssl("x509 -in " + signer.certPath + " -outform DER -out " + dir + "/" + name + ".der");
+  signer.certificate = readBytes(dir + "/" + name + ".der");
+  return signer;
+}
+
+std::unique_ptr<TestKeys> makeKeys(const zttsp_test::TempDir& temp) {
+  auto keys = std::make_unique<TestKeys>();
+  const std::string dir = temp.path();
+  keys->dir = dir;
+  zttsp_test::writeText(dir + "/leaf.ext", "extendedKeyUsage = critical,timeStamping\n");
+  openssl("req -x509 -newkey rsa:2048 -nodes -keyout " + dir + "/ca.key -out " + dir +
+          "/ca.pem -subj '/O=Zanthorel Test/CN=Test CA' -days 30");
+  keys->ca = {dir + "/ca.key", dir + "/ca.pem", {}};
+  keys->rsa =
+      makeLeaf(dir, "rsa", "-algorithm RSA -pkeyopt rsa_keygen_bits:2048", "0x8000000000000001");
+  keys->ec = makeLeaf(dir, "ec", "-algorithm EC -pkeyopt ec_paramgen_curve:P-256", "0x1234");
+  openssl("x509 -in " + dir + "/ca.pem -outform DER -out " + dir + "/ca.der");
+  keys->ca.certificate = readBytes(dir + "/ca.der");
+  return keys;
+}
+
+}  // namespace
+
+const TestKeys& testKeys() {
+  static zttsp_test::TempDir temp;
+  static const std::unique_ptr<TestKeys> keys = makeKeys(temp);
+  return *keys;
+}
+
+ProviderHandle::ProviderHandle(const TestSigner& signer) {
+  const Bytes key = readBytes(signer.keyPath);
+  EXPECT_TRUE(ZtAcquireContextFromPrivateKey(&handle_, key.data(), static_cast<DWORD>(key.size())))
+      << std::hex << GetLastError();
+}
+
+ProviderHandle::~ProviderHandle() {
+  if (handle_ != 0) CryptReleaseContext(handle_, 0);
+}
+
+CertificateHandle::CertificateHandle(const Bytes& certificate)
+    : context_(CertCreateCertificateContext(X509_ASN_ENCODING | PKCS_7_ASN_ENCODING,
+                                            certificate.data(),
+                                            static_cast<DWORD>(certificate.size()))) {
+  if (context_ == nullptr) throw ATL::CAtlException(static_cast<HRESULT>(GetLastError()));
+}
+
+CertificateHandle::~CertificateHandle() {
+  CertFreeCertificateContext(context_);
+}
+
+EncodeInfo::EncodeInfo(const CERT_INFO* certificate, HCRYPTPROV provider) {
+  signer.cbSize = sizeof signer;
+  signer.pCertInfo = const_cast<PCERT_INFO>(certificate);
+  signer.hCryptProv = provider;
+  signer.dwKeySpec = AT_SIGNATURE;
+  signer.HashAlgorithm.pszObjId = const_cast<LPSTR>(szOID_NIST_sha256);
+  info.cbSize = sizeof info;
+  info.cSigners = 1;
+  info.rgSigners = &signer;
+}
+
+namespace {
+
+// CRYPT_ATTRIBUTE arrays over the options' attributes.
+struct CryptAttributes {
+  std::vector<CRYPT_ATTRIBUTE> attributes;
+  std::vector<std::vector<CRYPT_ATTR_BLOB>> values;
+
+  explicit CryptAttributes(const std::vector<Attribute>& source) : values(source.size()) {
+    for (std::size_t i = 0; i < source.size(); ++i) {
+      for (const Bytes& value : source[i].values) {
+        values[i].push_back({static_cast<DWORD>(value.size()), const_cast<BYTE*>(value.data())});
+      }
+      attributes.push_back({const_cast<LPSTR>(source[i].oid.c_str()),
+                            static_cast<DWORD>(values[i].size()), values[i].data()});
+    }
+  }
+};
+
+}  // namespace
+
+Bytes signMessage(const TestSigner& signer, const Bytes& content, const SignOptions& options) {
+  ProviderHandle provider(signer);
+  CertificateHandle certificate(signer.certificate);
+  CryptAttributes auth(options.authAttributes), unauth(options.unauthAttributes);
+  std::vector<CERT_BLOB> certificates;
+  for (const Bytes& cert : options.certificates) {
+    certificates.push_back({static_cast<DWORD>(cert.size()), const_cast<BYTE*>(cert.data())});
+  }
+
+  EncodeInfo blocks(certificate.info(), provider.get());
+  CMSG_SIGNER_ENCODE_INFO& signerInfo = blocks.signer;
+  signerInfo.HashAlgorithm.pszObjId = const_cast<LPSTR>(options.hashOid);
+  signerInfo.cAuthAttr = static_cast<DWORD>(auth.attributes.size());
+  signerInfo.rgAuthAttr = auth.attributes.empty() ? nullptr : auth.attributes.data();
+  signerInfo.cUnauthAttr = static_cast<DWORD>(unauth.attributes.size());
+  signerInfo.rgUnauthAttr = unauth.attributes.empty() ? nullptr : unauth.attributes.data();
+  CMSG_SIGNED_ENCODE_INFO& info = blocks.info;
+  info.cCertEncoded = static_cast<DWORD>(certificates.size());
+  info.rgCertEncoded = certificates.empty() ? nullptr : certificates.data();
+
+  HCRYPTMSG message = CryptMsgOpenToEncode(
+      X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, options.cms ? CMSG_CMS_ENCAPSULATED_CONTENT_FLAG : 0,
+      CMSG_SIGNED, &info, const_cast<LPSTR>(options.innerType), nullptr);
+  EXPECT_NE(nullptr, message) << std::hex << GetLastError();
+  if (message == nullptr) return {};
+  Bytes encoded;
+  DWORD size = 0;
+  if (CryptMsgUpdate(message, content.data(), static_cast<DWORD>(content.size()), TRUE) &&
+      CryptMsgGetParam(message, CMSG_CONTENT_PARAM, 0, nullptr, &size)) {
+    encoded.resize(size);
+    EXPECT_TRUE(CryptMsgGetParam(message, CMSG_CONTENT_PARAM, 0, encoded.data(), &size));
+    encoded.resize(size);
+  } else {
+    ADD_FAILURE() << "signing failed: " << std::hex << GetLastError();
+  }
+  CryptMsgClose(message);
+  return encoded;
+}
+
+DecodedMessage::DecodedMessage(const Bytes& message, DWORD type)
+    : handle_(CryptMsgOpenToDecode(X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, 0, type, 0, nullptr,
+                                   nullptr)) {
+  ok_ = CryptMsgUpdate(handle_, message.data(), static_cast<DWORD>(message.size()), TRUE) != FALSE;
+  if (!ok_) error_ = GetLastError();
+}
+
+DecodedMessage::~DecodedMessage() {
+  CryptMsgClose(handle_);
+}
+
+Bytes DecodedMessage::param(DWORD type, DWORD index) const {
+  DWORD size = 0;
+  if (!CryptMsgGetParam(handle_, type, index, nullptr, &size)) {
+    ADD_FAILURE() << "param " << type << ": " << std::hex << GetLastError();
+    return {};
+  }
+  Bytes bytes(size);
+  EXPECT_TRUE(CryptMsgGetParam(handle_, type, index, bytes.data(), &size));
+  bytes.resize(size);
+  return bytes;
+}
+
+DWORD DecodedMessage::dword(DWORD type) const {
+  DWORD value = 0, size = sizeof value;
+  EXPECT_TRUE(CryptMsgGetParam(handle_, type, 0, &value, &size)) << std::hex << GetLastError();
+  return value;
+}
+
+HRESULT DecodedMessage::verify(const Bytes& certificate) const {
+  CertificateHandle cert(certificate);
+  if (CryptMsgControl(handle_, 0, CMSG_CTRL_VERIFY_SIGNATURE, cert.info())) return S_OK;
+  return static_cast<HRESULT>(GetLastError());
+}
+
+std::vector<Attribute> attributesOf(const Bytes& block) {
+  std::vector<Attribute> attributes;
+  const auto* header = reinterpret_cast<const CRYPT_ATTRIBUTES*>(block.data());
+  for (DWORD i = 0; i < header->cAttr; ++i) {
+    const CRYPT_ATTRIBUTE& attribute = header->rgAttr[i];
+    Attribute copy{attribute.pszObjId, {}};
+    for (DWORD j = 0; j < attribute.cValue; ++j) {
+      const CRYPT_ATTR_BLOB& value = attribute.rgValue[j];
+      copy.values.emplace_back(value.pbData, value.pbData + value.cbData);
+    }
+    attributes.push_back(copy);
+  }
+  return attributes;
+}
+
+namespace {
+
+// A short primitive element (contents below 128 octets).
+Bytes derElement(BYTE tag, const BYTE* contents, std::size_t size) {
+  Bytes der(2 + size);
+  der[0] = tag;
+  der[1] = static_cast<BYTE>(size);
+  std::copy(contents, contents + size, der.begin() + 2);
+  return der;
+}
+
+}  // namespace
+
+Bytes derUtcTime(const std::string& text) {
+  return derElement(0x17, reinterpret_cast<const BYTE*>(text.data()), text.size());
+}
+
+Bytes derOctetString(const Bytes& octets) {
+  return derElement(0x04, octets.data(), octets.size());
+}
+
+}  // namespace platform_test

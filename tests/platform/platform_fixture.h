@@ -1,0 +1,116 @@
+// Keys, certificates and message helpers for the platform layer's tests.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/wincrypt.h"
+#include "tests/support/test_support.h"
+
+namespace platform_test {
+
+using Bytes = std::vector<BYTE>;
+
+// A signer made with the openssl command line: PKCS #8 key, certificate issued by the test CA.
+struct TestSigner {
+  std::string keyPath;
+  std::string certPath;  // PEM
+  Bytes certificate;     // DER
+};
+
+// Made once per run: a CA, an RSA-2048 leaf (serial 0x8000000000000001, timeStamping usage) and a
+// P-256 leaf, all in a directory removed at exit.
+struct TestKeys {
+  std::string dir;
+  TestSigner ca, rsa, ec;
+};
+const TestKeys& testKeys();
+
+Bytes readBytes(const std::string& path);
+void writeBytes(const std::string& path, const Bytes& bytes);
+Bytes bytesOf(const std::string& text);
+
+// A provider holding the signer's key; released by the destructor.
+class ProviderHandle {
+ public:
+  explicit ProviderHandle(const TestSigner& signer);
+  ~ProviderHandle();
+  HCRYPTPROV get() const { return handle_; }
+
+ private:
+  HCRYPTPROV handle_ = 0;
+};
+
+// A certificate context; freed by the destructor.
+class CertificateHandle {
+ public:
+  explicit CertificateHandle(const Bytes& certificate);
+  ~CertificateHandle();
+  const CERT_INFO* info() const { return context_->pCertInfo; }
+  PCCERT_CONTEXT get() const { return context_; }
+
+ private:
+  PCCERT_CONTEXT context_;
+};
+
+// The parameter blocks of one signer for CryptMsgOpenToEncode: SHA-256, AT_SIGNATURE, no
+// attributes or certificates.
+struct EncodeInfo {
+  EncodeInfo(const CERT_INFO* certificate, HCRYPTPROV provider);
+  EncodeInfo(const EncodeInfo&) = delete;
+  EncodeInfo& operator=(const EncodeInfo&) = delete;
+
+  CMSG_SIGNER_ENCODE_INFO signer{};
+  CMSG_SIGNED_ENCODE_INFO info{};
+};
+
+struct Attribute {
+  std::string oid;
+  std::vector<Bytes> values;  // complete DER elements
+};
+
+struct SignOptions {
+  bool cms = false;  // CMSG_CMS_ENCAPSULATED_CONTENT_FLAG
+  const char* innerType = nullptr;
+  const char* hashOid = szOID_NIST_sha256;
+  std::vector<Attribute> authAttributes;
+  std::vector<Attribute> unauthAttributes;
+  std::vector<Bytes> certificates;
+};
+
+// Signs `content` through CryptMsgOpenToEncode / CryptMsgUpdate / CMSG_CONTENT_PARAM.
+Bytes signMessage(const TestSigner& signer, const Bytes& content, const SignOptions& options = {});
+
+// A message decoded with CryptMsgOpenToDecode (type 0) and one final CryptMsgUpdate; `ok` tells
+// whether the update succeeded, `error` holds the last error otherwise.
+class DecodedMessage {
+ public:
+  explicit DecodedMessage(const Bytes& message, DWORD type = 0);
+  ~DecodedMessage();
+  bool ok() const { return ok_; }
+  DWORD error() const { return error_; }
+  HCRYPTMSG handle() const { return handle_; }
+
+  // The parameter through the length query; fails the test when the platform refuses it.
+  Bytes param(DWORD type, DWORD index = 0) const;
+  DWORD dword(DWORD type) const;
+  // CMSG_CTRL_VERIFY_SIGNATURE with the certificate; S_OK or the last error.
+  HRESULT verify(const Bytes& certificate) const;
+
+ private:
+  HCRYPTMSG handle_;
+  bool ok_ = false;
+  DWORD error_ = 0;
+};
+
+// The attributes of CMSG_SIGNER_(UN)AUTH_ATTR_PARAM as OID -> values, in order.
+std::vector<Attribute> attributesOf(const Bytes& block);
+
+// Runs openssl; fails the test when it does not exit 0. Returns its output.
+std::string openssl(const std::string& arguments);
+
+// DER elements for attributes.
+Bytes derUtcTime(const std::string& text);
+Bytes derOctetString(const Bytes& octets);
+
+}  // namespace platform_test
