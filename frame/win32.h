@@ -3,8 +3,10 @@
 #pragma once
 
 #ifdef _WIN32
-#include <wincrypt.h>
 #include <windows.h>
+
+// After <windows.h>, whose base types it needs.
+#include <wincrypt.h>
 #else
 #include "platform/wincrypt.h"
 #endif

@@ -1,16 +1,11 @@
 #include "tests/support/test_support.h"
 
 #include <cstdio>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
+#include <random>
 #include <stdexcept>
-
-#ifndef _WIN32
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
 
 namespace zttsp_test {
 
@@ -82,39 +77,23 @@ Zanthorel::CBlob blobOf(const std::string& bytes) {
   return Zanthorel::CBlob(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
-CommandResult run(const std::string& command) {
-  CommandResult result{-1, ""};
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  if (pipe == nullptr) return result;
-  char buffer[4096];
-  std::size_t n;
-  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    result.output.append(buffer, n);
-  const int status = pclose(pipe);
-#ifdef _WIN32
-  result.status = status;
-#else
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-  return result;
-}
-
 TempDir::TempDir() {
-#ifdef _WIN32
-  char name[L_tmpnam];
-  dir_ = std::tmpnam(name);
-  run("mkdir \"" + dir_ + "\"");
-#else
-  char pattern[] = "/tmp/zttsp-test-XXXXXX";
-  if (mkdtemp(pattern) == nullptr) throw std::runtime_error("mkdtemp failed");
-  dir_ = pattern;
-#endif
+  // /tmp also in the Windows build, where Wine's drive Z: maps it: host commands see it too.
+  std::random_device entropy;
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    char name[40];
+    std::snprintf(name, sizeof name, "/tmp/zttsp-test-%08x%08x", entropy(), entropy());
+    if (std::filesystem::create_directory(name)) {
+      dir_ = name;
+      return;
+    }
+  }
+  throw std::runtime_error("cannot make a temporary directory in /tmp");
 }
 
 TempDir::~TempDir() {
-#ifndef _WIN32
-  run("rm -rf '" + dir_ + "'");
-#endif
+  std::error_code ignored;
+  std::filesystem::remove_all(dir_, ignored);
 }
 
 std::string TempDir::path(const std::string& name) const {

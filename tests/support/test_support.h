@@ -26,13 +26,16 @@ std::string toHex(const Zanthorel::CBlob& bytes);
 Zanthorel::CBlob blobOf(const std::string& bytes);
 
 struct CommandResult {
-  int status;
+  int status;          // -1 when the command could not be run or did not end in time
   std::string output;  // stdout and stderr together
 };
-// Runs a shell command and returns its exit status and output.
+// Runs a POSIX shell command on the host and returns its exit status and output. The Windows
+// build, under Wine, runs it as a Unix process all the same: openssl and the other host tools
+// serve both builds. Paths from vectorPath, dataPath and TempDir are absolute Unix paths, which
+// both the command and the test program (through Wine's drive Z:) understand.
 CommandResult run(const std::string& command);
 
-// A fresh directory, removed with everything in it when the object goes.
+// A fresh directory under /tmp, removed with everything in it when the object goes.
 class TempDir {
  public:
   TempDir();
