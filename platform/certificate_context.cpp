@@ -1,5 +1,5 @@
-// CertCreateCertificateContext and CertFreeCertificateContext: OpenSSL parses the certificate, the
-// context carries a CERT_INFO filled from it in the Windows forms.
+// CertCreateCertificateContext and CertFreeCertificateContext: OpenSSL checks each field of the
+// certificate, the context carries a CERT_INFO filled from it in the Windows forms.
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
@@ -41,17 +41,6 @@ class CertificateRecord {
   CRYPT_DATA_BLOB keepBlob(const void* bytes, std::size_t count) {
     return {static_cast<DWORD>(count), count != 0 ? keep(bytes, count) : nullptr};
   }
-  // The DER that `i2d` writes for `object`.
-  template <typename T>
-  CRYPT_DATA_BLOB keepDer(int (*i2d)(const T*, unsigned char**), const T* object) {
-    unsigned char* der = nullptr;
-    const int length = i2d(object, &der);
-    if (length <= 0) fail(CRYPT_E_ASN1_CORRUPT);
-    CRYPT_DATA_BLOB blob = keepBlob(der, static_cast<std::size_t>(length));
-    OPENSSL_free(der);
-    return blob;
-  }
-
   std::vector<CERT_EXTENSION> extensions;
 
  private:
@@ -85,43 +74,65 @@ void fillAlgorithm(CertificateRecord& record, const CRYPT_DATA_BLOB& der,
   }
 }
 
-void fillPublicKeyInfo(CertificateRecord& record, X509* certificate) {
-  const CRYPT_DATA_BLOB der = record.keepDer(i2d_X509_PUBKEY, X509_get_X509_PUBKEY(certificate));
-  // SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING
-  // }
-  KeptReader in(der);
+// Past the outer SEQUENCE, anything malformed is a corrupt certificate, as Windows reports it.
+void need(bool ok) {
+  if (!ok) fail(CRYPT_E_ASN1_CORRUPT);
+}
+
+// OpenSSL's decoder of field type T checks that `element` is one well-formed T.
+template <typename T>
+void checkField(T* (*d2i)(T**, const unsigned char**, long), void (*release)(T*),
+                const ASN1OpenType& element) {
+  const unsigned char* cursor = element.data;
+  T* parsed = d2i(nullptr, &cursor, static_cast<long>(element.numocts));
+  const bool whole = parsed != nullptr && cursor == element.data + element.numocts;
+  release(parsed);
+  if (!whole) fail(CRYPT_E_ASN1_CORRUPT);
+}
+
+CRYPT_DATA_BLOB spanOf(const ASN1OpenType& element) {
+  return {element.numocts, const_cast<BYTE*>(element.data)};
+}
+
+// SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING }
+// The key is carried as its bits; it is decoded only when a signature is checked with it.
+void fillPublicKeyInfo(CertificateRecord& record, KeptReader& tbs, CERT_PUBLIC_KEY_INFO& info) {
   BerReader seq;
-  ASN1OpenType algorithm;
+  ASN1OpenType algorithm, keyElement;
+  need(tbs.reader().readSequence(seq) && seq.readOpenType(algorithm));
+  BerReader keyReader = seq;
   ASN1DynBitStr key;
-  in.check(in.reader().readSequence(seq) && seq.readOpenType(algorithm) && seq.readBitString(key) &&
-           seq.finish());
-  CERT_PUBLIC_KEY_INFO& info = record.info.SubjectPublicKeyInfo;
-  fillAlgorithm(record, {algorithm.numocts, const_cast<BYTE*>(algorithm.data)}, info.Algorithm);
+  need(keyReader.readOpenType(keyElement) && seq.readBitString(key) && seq.finish());
+  checkField(d2i_X509_ALGOR, X509_ALGOR_free, algorithm);
+  checkField(d2i_ASN1_BIT_STRING, ASN1_BIT_STRING_free, keyElement);
+  fillAlgorithm(record, spanOf(algorithm), info.Algorithm);
   const DWORD octets = (key.numbits + 7) / 8;
   info.PublicKey = {octets, const_cast<BYTE*>(key.data), octets * 8 - key.numbits};
 }
 
-CRYPT_INTEGER_BLOB littleEndianSerial(CertificateRecord& record, X509* certificate) {
-  const CRYPT_DATA_BLOB der = record.keepDer(i2d_ASN1_INTEGER, X509_get0_serialNumber(certificate));
-  KeptReader in(der);
+// The serial number's content octets, least significant first as Windows keeps them.
+CRYPT_INTEGER_BLOB littleEndianSerial(CertificateRecord& record, const ASN1OpenType& element) {
+  checkField(d2i_ASN1_INTEGER, ASN1_INTEGER_free, element);
+  ASN1CTXT ctxt;
+  BerReader in(element.data, element.numocts, &ctxt);
   ASN1DynOctStr octets;
-  in.check(in.reader().readIntegerOctets(octets));
-  BYTE* reversed = const_cast<BYTE*>(octets.data);
-  std::reverse(reversed, reversed + octets.numocts);
-  return {octets.numocts, reversed};
+  if (!in.readIntegerOctets(octets)) failWithAsn1Status(ctxt);
+  const CRYPT_DATA_BLOB copy = record.keepBlob(octets.data, octets.numocts);
+  std::reverse(copy.pbData, copy.pbData + copy.cbData);
+  return copy;
 }
 
-CERT_NAME_BLOB nameAsReceived(CertificateRecord& record, const X509_NAME* name) {
-  const unsigned char* der = nullptr;
-  std::size_t length = 0;
-  if (X509_NAME_get0_der(name, &der, &length) != 1) fail(CRYPT_E_ASN1_CORRUPT);
-  return record.keepBlob(der, length);
+CERT_NAME_BLOB nameAsReceived(const ASN1OpenType& element) {
+  checkField(d2i_X509_NAME, X509_NAME_free, element);
+  return spanOf(element);
 }
 
 // 100-nanosecond intervals since 1601-01-01 UTC.
-FILETIME fileTimeOf(const ASN1_TIME* time) {
+FILETIME fileTimeOf(const ASN1OpenType& element) {
+  const unsigned char* cursor = element.data;
+  ASN1TimePtr time(d2i_ASN1_TIME(nullptr, &cursor, static_cast<long>(element.numocts)));
   std::tm t{};
-  if (ASN1_TIME_to_tm(time, &t) != 1) fail(CRYPT_E_ASN1_CORRUPT);
+  if (!time || ASN1_TIME_to_tm(time.get(), &t) != 1) fail(CRYPT_E_ASN1_CORRUPT);
   // Days from 1601-01-01 to the date (proleptic Gregorian), by the usual civil-day count.
   const long long year = t.tm_year + 1900LL - (t.tm_mon < 2 ? 1 : 0);
   const long long era = (year >= 0 ? year : year - 399) / 400;
@@ -137,19 +148,31 @@ FILETIME fileTimeOf(const ASN1_TIME* time) {
   return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
-CRYPT_BIT_BLOB uniqueId(CertificateRecord& record, const ASN1_BIT_STRING* id) {
-  if (id == nullptr) return {};
-  const int length = ASN1_STRING_length(id);
-  const DWORD unused = (id->flags & ASN1_STRING_FLAG_BITS_LEFT) != 0 ? (id->flags & 0x07) : 0;
-  const CRYPT_DATA_BLOB bytes = record.keepBlob(ASN1_STRING_get0_data(id), length);
-  return {bytes.cbData, bytes.pbData, length != 0 ? unused : 0};
+// [1] / [2] IMPLICIT UniqueIdentifier (BIT STRING).
+CRYPT_BIT_BLOB uniqueId(KeptReader& tbs, ASN1TAG tag) {
+  ASN1DynBitStr bits;
+  need(tbs.reader().readBitString(bits, tag));
+  const DWORD octets = (bits.numbits + 7) / 8;
+  return {octets, const_cast<BYTE*>(bits.data), octets * 8 - bits.numbits};
 }
 
-void fillExtensions(CertificateRecord& record, X509* certificate) {
-  const int count = X509_get_ext_count(certificate);
+// [3] EXPLICIT Extensions: OpenSSL reads them, the context keeps them in the Windows form.
+void fillExtensions(CertificateRecord& record, KeptReader& tbs) {
+  BerReader wrapper;
+  ASN1OpenType element;
+  need(tbs.reader().readConstructed(asn1ContextTag(3, true), wrapper) &&
+       wrapper.readOpenType(element) && wrapper.finish());
+  const unsigned char* cursor = element.data;
+  std::unique_ptr<STACK_OF(X509_EXTENSION), void (*)(STACK_OF(X509_EXTENSION)*)> extensions(
+      d2i_X509_EXTENSIONS(nullptr, &cursor, static_cast<long>(element.numocts)),
+      [](STACK_OF(X509_EXTENSION) * list) {
+        sk_X509_EXTENSION_pop_free(list, X509_EXTENSION_free);
+      });
+  if (!extensions || cursor != element.data + element.numocts) fail(CRYPT_E_ASN1_CORRUPT);
+  const int count = sk_X509_EXTENSION_num(extensions.get());
   record.extensions.resize(static_cast<std::size_t>(std::max(count, 0)));
   for (int i = 0; i < count; ++i) {
-    X509_EXTENSION* extension = X509_get_ext(certificate, i);
+    X509_EXTENSION* extension = sk_X509_EXTENSION_value(extensions.get(), i);
     char oid[128];
     if (OBJ_obj2txt(oid, sizeof oid, X509_EXTENSION_get_object(extension), 1) <= 0)
       fail(CRYPT_E_ASN1_CORRUPT);
@@ -162,23 +185,60 @@ void fillExtensions(CertificateRecord& record, X509* certificate) {
   record.info.rgExtension = record.extensions.empty() ? nullptr : record.extensions.data();
 }
 
-void fillInfo(CertificateRecord& record, X509* certificate) {
+// Certificate ::= SEQUENCE { tbsCertificate TBSCertificate, signatureAlgorithm
+//   AlgorithmIdentifier, signature BIT STRING }
+// Each field is checked by OpenSSL's decoder of its type. The whole certificate is not given to
+// d2i_X509, which in OpenSSL 3.0 decodes the public key through the provider decoders on every
+// call, a hundred microseconds that signing a token would pay each time; the key is decoded when
+// a signature is checked with it.
+void fillInfo(CertificateRecord& record, const BYTE* encoded, DWORD length) {
+  KeptReader whole({length, const_cast<BYTE*>(encoded)});
+  BerReader certificate, tbsContents;
+  ASN1OpenType tbsElement, signatureAlgorithm, signature;
+  need(whole.reader().readSequence(certificate) && certificate.readOpenType(tbsElement) &&
+       certificate.readOpenType(signatureAlgorithm) && certificate.readOpenType(signature) &&
+       certificate.finish());
+  checkField(d2i_X509_ALGOR, X509_ALGOR_free, signatureAlgorithm);
+  checkField(d2i_ASN1_BIT_STRING, ASN1_BIT_STRING_free, signature);
+
+  // TBSCertificate ::= SEQUENCE { version [0] EXPLICIT Version DEFAULT v1, serialNumber,
+  //   signature, issuer, validity, subject, subjectPublicKeyInfo,
+  //   issuerUniqueID [1] IMPLICIT OPTIONAL, subjectUniqueID [2] IMPLICIT OPTIONAL,
+  //   extensions [3] EXPLICIT OPTIONAL }
+  KeptReader tbs(spanOf(tbsElement));
+  BerReader& in = tbs.reader();
+  need(in.readSequence(tbsContents));
+  in = tbsContents;
   CERT_INFO& info = record.info;
-  info.dwVersion = static_cast<DWORD>(X509_get_version(certificate));
-  info.SerialNumber = littleEndianSerial(record, certificate);
-  fillAlgorithm(record, record.keepDer(i2d_X509_ALGOR, X509_get0_tbs_sigalg(certificate)),
-                info.SignatureAlgorithm);
-  info.Issuer = nameAsReceived(record, X509_get_issuer_name(certificate));
-  info.NotBefore = fileTimeOf(X509_get0_notBefore(certificate));
-  info.NotAfter = fileTimeOf(X509_get0_notAfter(certificate));
-  info.Subject = nameAsReceived(record, X509_get_subject_name(certificate));
-  fillPublicKeyInfo(record, certificate);
-  const ASN1_BIT_STRING* issuerId = nullptr;
-  const ASN1_BIT_STRING* subjectId = nullptr;
-  X509_get0_uids(certificate, &issuerId, &subjectId);
-  info.IssuerUniqueId = uniqueId(record, issuerId);
-  info.SubjectUniqueId = uniqueId(record, subjectId);
-  fillExtensions(record, certificate);
+  info.dwVersion = CERT_V1;
+  if (in.nextIs(asn1ContextTag(0, true))) {
+    BerReader version;
+    OSUINT32 number;
+    need(in.readConstructed(asn1ContextTag(0, true), version) && version.readUInt32(number) &&
+         version.finish());
+    if (number > CERT_V3) fail(CRYPT_E_ASN1_CORRUPT);
+    info.dwVersion = number;
+  }
+  ASN1OpenType serial, algorithm, issuer, subject;
+  BerReader validity;
+  ASN1OpenType notBefore, notAfter;
+  need(in.readOpenType(serial) && in.readOpenType(algorithm) && in.readOpenType(issuer) &&
+       in.readSequence(validity) && validity.readOpenType(notBefore) &&
+       validity.readOpenType(notAfter) && validity.finish() && in.readOpenType(subject));
+  info.SerialNumber = littleEndianSerial(record, serial);
+  checkField(d2i_X509_ALGOR, X509_ALGOR_free, algorithm);
+  fillAlgorithm(record, spanOf(algorithm), info.SignatureAlgorithm);
+  info.Issuer = nameAsReceived(issuer);
+  info.NotBefore = fileTimeOf(notBefore);
+  info.NotAfter = fileTimeOf(notAfter);
+  info.Subject = nameAsReceived(subject);
+  fillPublicKeyInfo(record, tbs, info.SubjectPublicKeyInfo);
+  if (in.nextIs(asn1ContextTag(1, false)))
+    info.IssuerUniqueId = uniqueId(tbs, asn1ContextTag(1, false));
+  if (in.nextIs(asn1ContextTag(2, false)))
+    info.SubjectUniqueId = uniqueId(tbs, asn1ContextTag(2, false));
+  if (in.nextIs(asn1ContextTag(3, true))) fillExtensions(record, tbs);
+  need(in.finish());
 }
 
 // The certificate must be one SEQUENCE; the codec names what is wrong with it.
@@ -200,13 +260,10 @@ PCCERT_CONTEXT WINAPI CertCreateCertificateContext(DWORD dwCertEncodingType,
   return guardedCall<PCCERT_CONTEXT>(nullptr, [&]() -> PCCERT_CONTEXT {
     if ((dwCertEncodingType & X509_ASN_ENCODING) == 0) fail(E_INVALIDARG);
     if (pbCertEncoded == nullptr && cbCertEncoded != 0) fail(E_INVALIDARG);
-    checkOneSequence(pbCertEncoded, cbCertEncoded);
     auto record = std::make_unique<CertificateRecord>();
+    checkOneSequence(pbCertEncoded, cbCertEncoded);
     BYTE* encoded = record->keep(pbCertEncoded, cbCertEncoded);
-    const unsigned char* cursor = encoded;
-    X509Ptr certificate(d2i_X509(nullptr, &cursor, static_cast<long>(cbCertEncoded)));
-    if (!certificate) fail(CRYPT_E_ASN1_CORRUPT);
-    fillInfo(*record, certificate.get());
+    fillInfo(*record, encoded, cbCertEncoded);
     record->context = {dwCertEncodingType, encoded, cbCertEncoded, &record->info, record.get()};
     return &record.release()->context;
   });

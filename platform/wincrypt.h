@@ -113,6 +113,11 @@ typedef struct _CERT_CONTEXT {
 } CERT_CONTEXT, *PCERT_CONTEXT;
 typedef const CERT_CONTEXT* PCCERT_CONTEXT;
 
+// CERT_INFO.dwVersion.
+#define CERT_V1 0
+#define CERT_V2 1
+#define CERT_V3 2
+
 typedef struct _CERT_ISSUER_SERIAL_NUMBER {
   CERT_NAME_BLOB Issuer;
   CRYPT_INTEGER_BLOB SerialNumber;

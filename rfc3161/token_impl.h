@@ -48,10 +48,6 @@ struct CTokenImpl {
   }
 };
 
-// Replaces `signerInfo` with the SignerInfo encoded in `encodedSigner`; throws
-// CRYPT_E_ASN1_INTERNAL when it does not decode.
-void decodeSignerInfo(const CBlob& encodedSigner, ASN1::CSignerInfo& signerInfo);
-
 }  // namespace TSP
 }  // namespace PKI
 }  // namespace Zanthorel

@@ -1,0 +1,298 @@
+// CMSStamp: stamps we sign read by openssl, stamps of openssl and DigiCert read by us, re-signing,
+// and the legacy exchange from signtool's request to the client's check.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <regex>
+#include <string>
+#include <utility>
+
+#include "authenticode/ms_request.h"
+#include "authenticode/ms_stamp.h"
+#include "outside/ztasn1/octet_string.h"
+#include "tests/support/tsa_fixture.h"
+#include "tests/support/test_support.h"
+
+using namespace Zanthorel::PKI::TSP;
+using tsa_test::pki;
+using tsa_test::sha256;
+using tsa_test::shell;
+using Zanthorel::CBlob;
+using Zanthorel::CBlobList;
+using Zanthorel::CDateTime;
+using Zanthorel::ASN1::CSignerInfo;
+using Zanthorel::ASN1::fromOctetString;
+using Zanthorel::ASN1::toOctetString;
+using zttsp_test::blobOf;
+using zttsp_test::readFile;
+using zttsp_test::vectorPath;
+using zttsp_test::writeFile;
+
+namespace {
+
+const char kSha1[] = "1.3.14.3.2.26";
+const char kSha256[] = "2.16.840.1.101.3.4.2.1";
+
+// A stamp of `text` at 2024-06-21 07:12:05Z signed by `signer` with SHA-256.
+CMSStamp signedStamp(const zttsp_test::TestSigner& signer, const std::string& text) {
+  CMSStamp stamp(toOctetString(blobOf(text)), CDateTime("20240621071205Z"));
+  stamp.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
+  return stamp;
+}
+
+CMSStamp decoded(const CBlob& message) {
+  CMSStamp stamp;
+  stamp.decode(message);
+  return stamp;
+}
+
+// The content that `openssl cms -verify` finds in `message` after checking its signature with
+// the certificates `certfile` adds to the message's own, or "refused".
+std::string opensslVerified(const CBlob& message, const std::string& certfile = "rsa.pem") {
+  writeFile(pki().dir + "/stamp.der", message);
+  const auto result =
+      zttsp_test::run("cd '" + pki().dir + "' && openssl cms -verify -binary -noverify " +
+                      "-inform DER -in stamp.der -out content.bin" +
+                      (certfile.empty() ? "" : " -certfile " + certfile));
+  return result.status == 0 ? zttsp_test::readText(pki().dir + "/content.bin") : "refused";
+}
+
+// The signingTime as openssl prints it: "Jun 21 07:12:05 2024 GMT".
+std::string opensslSigningTime(const CBlob& message) {
+  writeFile(pki().dir + "/stamp.der", message);
+  const std::string text = shell("openssl cms -cmsout -print -inform DER -in stamp.der");
+  std::smatch m;
+  const std::regex time(R"(signingTime \(1\.2\.840\.113549\.1\.9\.5\)\s*set:\s*\w+TIME:(.*))");
+  return std::regex_search(text, m, time) ? m[1].str() : "none";
+}
+
+std::string printed(const CDateTime& time) {
+  static const char* const kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  const std::string g = time.getGeneralizedTime().c_str();  // YYYYMMDDhhmmss[.f]Z
+  char text[32];
+  std::snprintf(text, sizeof text, "%s %2d %s:%s:%s %s GMT", kMonths[std::stoi(g.substr(4, 2)) - 1],
+                std::stoi(g.substr(6, 2)), g.substr(8, 2).c_str(), g.substr(10, 2).c_str(),
+                g.substr(12, 2).c_str(), g.substr(0, 4).c_str());
+  return text;
+}
+
+// The stamp's certificates; none when absent.
+CBlobList certificatesOf(const CMSStamp& stamp) {
+  return stamp.get_certificates() != nullptr ? *stamp.get_certificates() : CBlobList();
+}
+
+CBlobList listOf(std::initializer_list<CBlob> certificates) {
+  CBlobList list;
+  for (const CBlob& certificate : certificates)
+    list.push_back(certificate);
+  return list;
+}
+
+// `openssl cms -sign` of `text` by the RSA authority, with signingTime, and `options`.
+CBlob opensslStamp(const std::string& text, const std::string& options = "") {
+  zttsp_test::writeText(pki().dir + "/data.bin", text);
+  shell(
+      "openssl cms -sign -binary -nodetach -in data.bin -signer rsa.pem -inkey rsa.key "
+      "-outform DER -out signed.der " +
+      options);
+  return readFile(pki().dir + "/signed.der");
+}
+
+}  // namespace
+
+TEST(MSStamp, WithoutSignerStoresOnlyAndEncodesNothing) {
+  CMSStamp stamp;
+  EXPECT_TRUE(stamp.get_content().empty());
+  EXPECT_TRUE(stamp.get_signingTime().isUnset());
+  EXPECT_EQ(nullptr, stamp.get_certificates());
+  EXPECT_HRESULT(E_FAIL, stamp.encode());
+  EXPECT_LT(zttsp_test::hresultOf([&] { stamp.verify(pki().rsa.certificate); }), 0);
+  EXPECT_LT(zttsp_test::hresultOf([&] { stamp.get_signerInfo(); }), 0);
+
+  const CBlobList certificates = listOf({pki().rsa.certificate});
+  stamp.put_signingTime(CDateTime("20240621071205Z"));
+  stamp.put_certificates(&certificates);
+  stamp.put_certificates(stamp.get_certificates());
+  const CMSStamp& self = stamp;
+  stamp = self;
+  EXPECT_EQ(certificates, certificatesOf(CMSStamp(stamp)));
+  EXPECT_HRESULT(E_FAIL, stamp.encode());
+  stamp.put_certificates(nullptr);
+  EXPECT_EQ(nullptr, stamp.get_certificates());
+}
+
+TEST(MSStamp, OpensslVerifiesWhatWeSignWithTheContentAndTimeGiven) {
+  const auto signer = tsa_test::rsaSigner();
+  const CMSStamp stamp = signedStamp(signer, "the signature to stamp");
+  const CBlob message = stamp.encode();
+  EXPECT_EQ("the signature to stamp", opensslVerified(message));
+  EXPECT_EQ("refused", opensslVerified(message, "")) << "no certificate unless given";
+  EXPECT_EQ(printed(stamp.get_signingTime()), opensslSigningTime(message));
+
+  EXPECT_TRUE(stamp.verify(pki().rsa.certificate));
+  EXPECT_FALSE(stamp.verify(pki().other.certificate));
+  EXPECT_HRESULT(tsa_test::certificateError(blobOf("no certificate")),
+                 stamp.verify(blobOf("no certificate")));
+  const CSignerInfo signerInfo = stamp.get_signerInfo();
+  EXPECT_EQ(CSignerInfo::issuerAndSerialNumber, signerInfo.get_sidType());
+  EXPECT_STREQ(kSha256, signerInfo.get_digestAlgorithm().get_algorithm());
+  EXPECT_EQ(3u, signerInfo.get_signedAttributes()->size()) << "contentType, messageDigest, time";
+
+  // Times past 2049 travel as GeneralizedTime.
+  CMSStamp later(stamp);
+  later.put_signingTime(CDateTime("20500101000000Z"));
+  EXPECT_EQ("Jan  1 00:00:00 2050 GMT", opensslSigningTime(later.encode()));
+  EXPECT_EQ(CDateTime("20500101000000Z"), decoded(later.encode()).get_signingTime());
+}
+
+TEST(MSStamp, EveryChangeAfterSigningSignsAgain) {
+  const auto signer = tsa_test::rsaSigner();
+  CMSStamp stamp(toOctetString(blobOf("first")), CDateTime("20240621071205Z"));
+  const CBlobList certificates = listOf({pki().caCertificate, pki().rsa.certificate});
+  stamp.put_certificates(&certificates);
+  EXPECT_HRESULT(E_FAIL, stamp.encode());
+  stamp.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
+  EXPECT_EQ("first", opensslVerified(stamp.encode(), ""));
+  EXPECT_EQ(certificates, certificatesOf(decoded(stamp.encode()))) << "in list order";
+
+  const CBlob before = stamp.encode();
+  stamp.put_signingTime(CDateTime("20250101000000Z"));
+  EXPECT_NE(before, stamp.encode());
+  EXPECT_EQ(CDateTime("20250101000000Z"), decoded(stamp.encode()).get_signingTime());
+  stamp.put_content(toOctetString(blobOf("second")));
+  EXPECT_EQ("second", opensslVerified(stamp.encode(), ""));
+  const CBlobList none;
+  stamp.put_certificates(&none);
+  EXPECT_EQ("refused", opensslVerified(stamp.encode(), "")) << "an empty list adds nothing";
+
+  CMSStamp copy(stamp);
+  copy.put_content(toOctetString(blobOf("copy")));
+  EXPECT_EQ("copy", opensslVerified(copy.encode()));
+  EXPECT_EQ("second", opensslVerified(stamp.encode()));
+}
+
+TEST(MSStamp, AFailedSigningLeavesTheSignerInPlace) {
+  const auto signer = tsa_test::rsaSigner();
+  const CBlob notACertificate = blobOf("no certificate");
+  const HRESULT refused = tsa_test::certificateError(notACertificate);
+  CMSStamp stamp(toOctetString(blobOf("x")), CDateTime("20240621071205Z"));
+  EXPECT_HRESULT(refused,
+                 stamp.sign(signer.provider(), signer.keySpec(), notACertificate, sha256()));
+  EXPECT_HRESULT(S_OK, stamp.encode());
+  EXPECT_HRESULT(refused, stamp.put_signingTime(CDateTime("20250101000000Z"))) << "signs again";
+  stamp.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
+  EXPECT_TRUE(stamp.verify(signer.certificate()));
+}
+
+TEST(MSStamp, ReadsWhatOpensslSigns) {
+  const CBlob message = opensslStamp("signed by openssl", "-certfile ca.pem");
+  const CMSStamp stamp = decoded(message);
+  EXPECT_EQ(toOctetString(blobOf("signed by openssl")), stamp.get_content());
+  EXPECT_EQ(opensslSigningTime(message), printed(stamp.get_signingTime()));
+  // openssl sorts the certificates; they come in message order.
+  EXPECT_EQ(2u, certificatesOf(stamp).size());
+  EXPECT_EQ(tsa_test::layoutOf(message).certificates, certificatesOf(stamp));
+  EXPECT_STREQ(kSha256, stamp.get_signerInfo().get_digestAlgorithm().get_algorithm());
+  EXPECT_TRUE(stamp.verify(pki().rsa.certificate));
+  EXPECT_FALSE(stamp.verify(pki().caCertificate));
+  EXPECT_HRESULT(E_FAIL, stamp.encode()) << "decoding gives no signer";
+
+  // Indefinite lengths and a segmented content, as openssl streams them.
+  const CMSStamp streamed = decoded(opensslStamp("streamed", "-stream"));
+  EXPECT_EQ(toOctetString(blobOf("streamed")), streamed.get_content());
+  EXPECT_TRUE(streamed.verify(pki().rsa.certificate));
+
+  // A stamp with a signer keeps it: it gives back the bytes read, and signs them again when told.
+  const auto signer = tsa_test::rsaSigner(pki().other);
+  CMSStamp server = signedStamp(signer, "ours");
+  const CBlobList ours = listOf({pki().other.certificate});
+  server.put_certificates(&ours);
+  server.decode(opensslStamp("without certificates", "-nocerts"));
+  EXPECT_EQ(ours, certificatesOf(server)) << "none in the message: kept";
+  server.decode(message);
+  EXPECT_EQ(message, server.encode());
+  server.put_signingTime(CDateTime("20250101000000Z"));
+  EXPECT_EQ("signed by openssl", opensslVerified(server.encode(), "other.pem"));
+  EXPECT_TRUE(server.verify(pki().other.certificate));
+}
+
+TEST(MSStamp, ReadsTheAnswersOfDigiCert) {
+  const CBlob fromFile = readFile(vectorPath("authenticode-tsresp-digicert.p7b"));
+  writeFile(pki().dir + "/wire.b64", readFile(vectorPath("authenticode-tsresp-digicert-wire.b64")));
+  shell("openssl base64 -d -in wire.b64 -out wire.der");
+  const CBlob fromWire = readFile(pki().dir + "/wire.der");
+  for (const auto& [message, time] :
+       {std::pair{fromFile, "20190912061342Z"}, std::pair{fromWire, "20190912130605Z"}}) {
+    SCOPED_TRACE(time);
+    const CMSStamp stamp = decoded(message);
+    const CBlob content = fromOctetString(stamp.get_content());
+    EXPECT_EQ(256u, content.cbData()) << "the signature stamped";
+    EXPECT_EQ(opensslVerified(message, ""),
+              std::string(reinterpret_cast<const char*>(content.pbData()), content.cbData()));
+    EXPECT_EQ(CDateTime(time), stamp.get_signingTime());
+    const CBlobList certificates = certificatesOf(stamp);
+    ASSERT_EQ(2u, certificates.size());
+    const CSignerInfo signer = stamp.get_signerInfo();
+    EXPECT_EQ(1u, signer.get_version());
+    EXPECT_STREQ(kSha1, signer.get_digestAlgorithm().get_algorithm());
+    // The responder's certificate comes first, its CA's second.
+    EXPECT_TRUE(stamp.verify(certificates.front()));
+    EXPECT_FALSE(stamp.verify(certificates.back()));
+  }
+}
+
+TEST(MSStamp, RefusesSignersWithoutSigningTime) {
+  const auto signer = tsa_test::rsaSigner();
+  CMSStamp stamp = signedStamp(signer, "x");
+  const CBlobList certificates = listOf({pki().caCertificate});
+  stamp.put_certificates(&certificates);
+
+  // No signed attributes at all, and a time-stamp token's: contentType, messageDigest, ESS.
+  CToken token = tsa_test::tokenFor(pki().rsa, "data");
+  token.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
+  for (const CBlob& message : {opensslStamp("x", "-noattr"), token.encode()}) {
+    EXPECT_HRESULT(CRYPT_E_BAD_MSG, stamp.decode(message));
+    EXPECT_EQ(certificates, certificatesOf(stamp));
+    EXPECT_EQ(message, stamp.encode()) << "the input is kept before anything is read";
+  }
+  const HRESULT error = zttsp_test::hresultOf([&] { stamp.decode(blobOf("\x30\x03\x02\x01")); });
+  EXPECT_LT(error, 0);
+  EXPECT_HRESULT(error, stamp.verify(signer.certificate()));
+  EXPECT_HRESULT(error, stamp.get_signerInfo());
+  EXPECT_EQ(CDateTime("20240621071205Z"), stamp.get_signingTime());
+}
+
+TEST(MSStamp, RefusesAStampCutShortAtAnyLength) {
+  const auto signer = tsa_test::rsaSigner();
+  const CBlob message = signedStamp(signer, "x").encode();
+  for (std::uint32_t length = 0; length < message.cbData(); ++length) {
+    CMSStamp stamp;
+    EXPECT_LT(zttsp_test::hresultOf([&] { stamp.decode(CBlob(message.pbData(), length)); }), 0)
+        << length;
+  }
+}
+
+TEST(MSStamp, AnswersTheRequestSigntoolSends) {
+  CMSRequest request;
+  request.decode(readFile(vectorPath("authenticode-tsreq-signtool.der")));
+
+  // Server: stamps the request's content and sends the message in base64.
+  const auto signer = tsa_test::rsaSigner();
+  CMSStamp stamp(request.get_contentInfo().get_content(), CDateTime("20240621071205Z"));
+  const CBlobList certificates = listOf({pki().rsa.certificate, pki().caCertificate});
+  stamp.put_certificates(&certificates);
+  stamp.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
+  writeFile(pki().dir + "/answer.der", stamp.encode());
+  shell(
+      "openssl base64 -in answer.der -out answer.b64 && openssl base64 -d -in answer.b64 "
+      "-out received.der");
+
+  // Client: reads it back and checks it against the server's certificate it carries.
+  const CMSStamp received = decoded(readFile(pki().dir + "/received.der"));
+  ASSERT_EQ(certificates, certificatesOf(received));
+  EXPECT_TRUE(received.verify(certificatesOf(received).front()));
+  EXPECT_EQ(request.get_contentInfo().get_content(), received.get_content());
+  EXPECT_EQ(CDateTime("20240621071205Z"), received.get_signingTime());
+}

@@ -1,0 +1,343 @@
+// CResponse: the whole RFC 3161 exchange, responses of openssl and of real authorities, and the
+// states that its operations leave.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "outside/asn1/tsp.h"
+#include "rfc3161/request.h"
+#include "rfc3161/response.h"
+#include "tests/support/tsa_fixture.h"
+#include "tests/support/test_support.h"
+
+using namespace Zanthorel::PKI::TSP;
+using tsa_test::pki;
+using tsa_test::shell;
+using Zanthorel::CBlob;
+using Zanthorel::CBlobList;
+using Zanthorel::CDateTime;
+using Zanthorel::ASN1::CAttributes;
+using Zanthorel::ASN1::CBigInteger;
+using Zanthorel::ASN1::CGeneralName;
+using Zanthorel::ASN1::CPKIStatusInfo;
+using Zanthorel::ASN1::granted;
+using Zanthorel::ASN1::rejection;
+using zttsp_test::fromHex;
+using zttsp_test::readFile;
+using zttsp_test::vectorPath;
+
+namespace {
+
+const char kStampedFile[] = "a file to be stamped\n";
+
+// A client's request for the file, with a nonce and certReq.
+CRequest clientRequest() {
+  CRequest request(tsa_test::sha256(), tsa_test::sha256Of(zttsp_test::blobOf(kStampedFile)), true);
+  const CBigInteger nonce("0x5DEECE66D2F4E1B7");
+  request.put_nonce(&nonce);
+  return request;
+}
+
+// The server's side: a granted response to `requestDer` stamped by `authority`.
+CBlob serve(const CBlob& requestDer, HCRYPTPROV provider, DWORD keySpec,
+            const tsa_test::Authority& authority) {
+  CRequest request;
+  request.decode(requestDer);
+  CToken token(tsa_test::Pki::kPolicy, request.get_hashAlgorithm(), request.get_hashedMessage(),
+               CBigInteger("0x7E57"), CDateTime("20261123103000.25Z"), false);
+  token.put_nonce(request.get_nonce());
+  const CAccuracy accuracy(0, 250);
+  token.put_accuracy(&accuracy);
+  const CGeneralName tsa = tsa_test::nameOf(authority.certificate);
+  token.put_tsa(&tsa);
+  CAttributes signedAttributes;
+  signedAttributes.push_back(tsa_test::essSigningCertificateV2(authority.certificate));
+  token.put_signedAttributes(&signedAttributes);
+  if (request.get_certReq()) {
+    CBlobList certificates;
+    certificates.push_back(authority.certificate);
+    token.put_certificates(&certificates);
+  }
+  token.sign(provider, keySpec, authority.certificate, tsa_test::sha256());
+
+  CResponse response;
+  response.put_status(CPKIStatusInfo(granted));
+  response.put_timeStampToken(&token);
+  return response.encode();
+}
+
+std::string statusTextOf(const CResponse& response) {
+  const auto* lines = response.get_status().get_statusString();
+  return lines != nullptr && !lines->empty() ? lines->front() : "";
+}
+
+// The certificates of a PEM or DER certificate vector, or of a response vector's token.
+CBlobList certificatesIn(const std::string& vector) {
+  const std::string kind = vector.substr(vector.size() - 4);
+  if (kind == ".pem") return tsa_test::certificatesIn(vector);
+  CBlobList certificates;
+  if (kind == ".der") {
+    certificates.push_back(readFile(vectorPath(vector)));
+  } else {
+    CResponse response;
+    response.decode(readFile(vectorPath(vector)));
+    certificates = *response.get_timeStampToken()->get_certificates();
+  }
+  return certificates;
+}
+
+}  // namespace
+
+TEST(Response, CarriesAStampFromRequestToVerifiedToken) {
+  const auto signer = tsa_test::rsaSigner();
+  const CRequest sent = clientRequest();
+  const CBlob requestDer = sent.encode();
+  const CBlob responseDer = serve(requestDer, signer.provider(), signer.keySpec(), pki().rsa);
+
+  CResponse received;
+  received.decode(responseDer);
+  EXPECT_EQ(granted, received.get_status().get_status());
+  const CToken* token = received.get_timeStampToken();
+  ASSERT_NE(nullptr, token);
+  EXPECT_TRUE(sent.get_hashedMessage() == token->get_hashedMessage());
+  EXPECT_STREQ(sent.get_hashAlgorithm().get_algorithm(),
+               token->get_hashAlgorithm().get_algorithm());
+  ASSERT_NE(nullptr, token->get_nonce());
+  EXPECT_EQ(*sent.get_nonce(), *token->get_nonce());
+  EXPECT_EQ(CAccuracy(0, 250), *token->get_accuracy());
+  EXPECT_STREQ("20261123103000.25Z", token->get_genTimeZ());
+  ASSERT_NE(nullptr, token->get_certificates());
+  EXPECT_TRUE(pki().rsa.certificate == token->get_certificates()->front());
+  EXPECT_TRUE(token->verify(token->get_certificates()->front()));
+  EXPECT_FALSE(token->verify(pki().other.certificate));
+  EXPECT_TRUE(responseDer == received.encode()) << "our own DER comes back unchanged";
+}
+
+#ifndef _WIN32
+// Wine writes the TSTInfo bare (PKCS #7 form), which `openssl ts` refuses
+// (docs/wine-differences.md).
+TEST(Response, OpensslVerifiesOurResponsesOfRsaAndEcAuthorities) {
+  const auto rsa = tsa_test::rsaSigner();
+  const tsa_test::EcSigner ec;
+  const struct {
+    const tsa_test::Authority& authority;
+    HCRYPTPROV provider;
+    DWORD keySpec;
+  } cases[] = {{pki().rsa, rsa.provider(), rsa.keySpec()}, {pki().ec, ec.provider(), 0}};
+  const CBlob requestDer = clientRequest().encode();
+  zttsp_test::writeFile(pki().dir + "/ours.tsq", requestDer);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.authority.name);
+    zttsp_test::writeFile(pki().dir + "/ours.tsr",
+                          serve(requestDer, c.provider, c.keySpec, c.authority));
+    EXPECT_NE(std::string::npos,
+              shell("openssl ts -verify -in ours.tsr -queryfile ours.tsq -CAfile ca.pem")
+                  .find("Verification: OK"));
+  }
+}
+#endif
+
+TEST(Response, ReadsOpensslResponsesGrantedAndRejected) {
+  tsa_test::opensslToken(pki().rsa, true);  // leaves request.tsq
+  shell(
+      "openssl ts -reply -config tsa.cnf -section tsa_config -queryfile request.tsq -signer "
+      "rsa.pem -inkey rsa.key -out granted.tsr && openssl ts -reply -in granted.tsr -token_out "
+      "-out granted.der");
+  CRequest request;
+  request.decode(readFile(pki().dir + "/request.tsq"));
+  CResponse response;
+  response.decode(readFile(pki().dir + "/granted.tsr"));
+  EXPECT_EQ(granted, response.get_status().get_status());
+  ASSERT_NE(nullptr, response.get_timeStampToken());
+  const CToken& token = *response.get_timeStampToken();
+  EXPECT_TRUE(readFile(pki().dir + "/granted.der") == token.encode());
+  EXPECT_EQ(*request.get_nonce(), *token.get_nonce());
+  EXPECT_TRUE(token.verify(pki().rsa.certificate));
+
+  shell(
+      "openssl ts -query -data data.txt -sha256 -tspolicy 1.2.4 -out refused.tsq && "
+      "openssl ts -reply -config tsa.cnf -section tsa_config -queryfile refused.tsq -signer "
+      "rsa.pem -inkey rsa.key -out refused.tsr");
+  response.decode(readFile(pki().dir + "/refused.tsr"));
+  EXPECT_EQ(rejection, response.get_status().get_status());
+  EXPECT_EQ("Requested policy is not supported.", statusTextOf(response));
+  EXPECT_TRUE(response.get_status().has_failInfo());
+  EXPECT_EQ(Zanthorel::ASN1::unacceptedPolicy, response.get_status().get_failInfo());
+  EXPECT_EQ(nullptr, response.get_timeStampToken()) << "the earlier token is gone";
+}
+
+TEST(Response, ReadsTheResponsesOfRealAuthorities) {
+  const struct {
+    const char* file;
+    int status;
+    const char* statusText;
+    std::uint32_t failInfo;
+    std::size_t certificates;  // the X.509 ones
+    const char* signerSource;  // a vector with the signer's certificate, when the token lacks it
+  } cases[] = {
+      {"resp-bc-md5-accuracy-ordering.tsr", granted, "", 0, 0, "cert-bc-test-tsa.der"},
+      {"resp-digicert-sha1-rsasha1-certs.tsr", granted, "", 0, 2, nullptr},
+      {"resp-drv-qc-essv2-etsi-policy.tsr", granted, "", 0, 2, nullptr},
+      {"resp-freetsa-sha256-nononce-micros-certs.tsr", granted, "", 0, 1, nullptr},
+      {"resp-freetsa-sha512-ordering-essv1.tsr", granted, "", 0, 2, nullptr},
+      {"resp-globalsign-g4-essv2-cmsalgprotect.tsr", granted, "", 0, 4, nullptr},
+      {"resp-identrust-sha512imprint-essv1.tsr", granted, "", 0, 2, nullptr},
+      {"resp-ncipher-v1attrcert-millis.tsr", granted, "", 0, 1, nullptr},
+      {"resp-rejection-badalg-statustext.tsr", rejection, "request contains unknown algorithm",
+       Zanthorel::ASN1::badAlg, 0, nullptr},
+      {"resp-rejection-unaccepted-policy.tsr", rejection, "Requested policy is not supported.",
+       Zanthorel::ASN1::unacceptedPolicy, 0, nullptr},
+      {"resp-signserver-negative-nonce-nocerts.tsr", granted, "Operation Okay", 0, 0,
+       "resp-signserver-statusstring-certs.tsr"},
+      {"resp-signserver-statusstring-certs.tsr", granted, "Operation Okay", 0, 2, nullptr},
+      {"resp-sigstage-ecdsa-sha384imprint.tsr", granted, "", 0, 1, nullptr},
+      {"resp-sigstore-mock-ber-octetstring-negserial.tsr", granted, "", 0, 0,
+       "cert-sigstore-mock-tsa-chain.pem"},
+      {"resp-symantec-sha256-nonce-nocerts.tsr", granted, "", 0, 0,
+       "cert-symantec-ts-g2-chain.pem"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    CResponse response;
+#ifdef _WIN32
+    // Wine hands out eContent in a constructed OCTET STRING as it came, tag 0x24, which is no
+    // TSTInfo (docs/wine-differences.md).
+    if (std::string(c.file).find("ber-octetstring") != std::string::npos) {
+      EXPECT_HRESULT(CRYPT_E_ASN1_INTERNAL, response.decode(readFile(vectorPath(c.file))));
+      continue;
+    }
+#endif
+    response.decode(readFile(vectorPath(c.file)));
+    EXPECT_EQ(c.status, response.get_status().get_status());
+    EXPECT_EQ(c.statusText, statusTextOf(response));
+    EXPECT_EQ(c.failInfo, response.get_status().get_failInfo());
+    const CToken* token = response.get_timeStampToken();
+    if (c.status == rejection) {
+      EXPECT_EQ(nullptr, token);
+      continue;
+    }
+    ASSERT_NE(nullptr, token);
+    EXPECT_EQ(c.certificates, token->get_certificates() ? token->get_certificates()->size() : 0);
+
+    // Exactly one signer among the certificates carried, or given where the token has none.
+    int signers = 0;
+    CBlobList candidates;
+    if (token->get_certificates() != nullptr) candidates = *token->get_certificates();
+    if (c.signerSource != nullptr) {
+      for (const CBlob& certificate : certificatesIn(c.signerSource))
+        candidates.push_back(certificate);
+    }
+    for (const CBlob& certificate : candidates)
+      signers += token->verify(certificate) ? 1 : 0;
+#ifdef _WIN32
+    // Wine verifies no ECDSA signer (docs/wine-differences.md).
+    EXPECT_EQ(std::string(c.file).find("ecdsa") == std::string::npos ? 1 : 0, signers);
+#else
+    EXPECT_EQ(1, signers);
+#endif
+  }
+
+  // SignServer echoes its request's negative nonce.
+  CResponse signServer;
+  signServer.decode(readFile(vectorPath("resp-signserver-negative-nonce-nocerts.tsr")));
+  EXPECT_EQ(CBigInteger("-0x4CC7C80C"), *signServer.get_timeStampToken()->get_nonce());
+
+  // A signature that was tampered with decodes and does not verify.
+  CResponse tampered;
+  tampered.decode(readFile(vectorPath("resp-sigstage-ecdsa-invalid-signature.tsr")));
+  ASSERT_NE(nullptr, tampered.get_timeStampToken());
+  ASSERT_NE(nullptr, tampered.get_timeStampToken()->get_certificates());
+  EXPECT_FALSE(tampered.get_timeStampToken()->verify(
+      tampered.get_timeStampToken()->get_certificates()->front()));
+}
+
+TEST(Response, HoldsStatusAndTokenIndependently) {
+  // The default: rejection and no token, also as openssl reads it.
+  const CResponse empty;
+  EXPECT_EQ(rejection, empty.get_status().get_status());
+  EXPECT_EQ(nullptr, empty.get_timeStampToken());
+  zttsp_test::writeFile(pki().dir + "/default.tsr", empty.encode());
+  const std::string text = shell("openssl ts -reply -in default.tsr -text");
+  EXPECT_NE(std::string::npos, text.find("Status: Rejected.")) << text;
+  EXPECT_NE(std::string::npos, text.find("Not included.")) << text;
+
+  // Granted without a token.
+  CResponse response;
+  response.put_status(CPKIStatusInfo(granted));
+  response.put_timeStampToken(nullptr);
+  CResponse received;
+  received.decode(response.encode());
+  EXPECT_EQ(granted, received.get_status().get_status());
+  EXPECT_EQ(nullptr, received.get_timeStampToken());
+
+  // A rejection with a token; the response's copy is its own, and its own token may be put back.
+  const auto signer = tsa_test::rsaSigner();
+  CToken token = tsa_test::tokenFor(pki().rsa, "stamped data");
+  token.sign(signer.provider(), signer.keySpec(), signer.certificate(), tsa_test::sha256());
+  CPKIStatusInfo refused(rejection);
+  refused.add_statusString("kept with its token");
+  response.put_status(refused);
+  response.put_timeStampToken(&token);
+  const CBigInteger otherNonce("0x01");
+  token.put_nonce(&otherNonce);
+  response.put_timeStampToken(response.get_timeStampToken());
+  received.decode(response.encode());
+  EXPECT_EQ(rejection, received.get_status().get_status());
+  EXPECT_EQ("kept with its token", statusTextOf(received));
+  ASSERT_NE(nullptr, received.get_timeStampToken());
+  EXPECT_EQ(CBigInteger("0xF61FEBA1020F7317"), *received.get_timeStampToken()->get_nonce());
+  EXPECT_TRUE(received.get_timeStampToken()->verify(signer.certificate()));
+
+  // Copies are deep: the copy keeps its token when the original is emptied.
+  const CResponse copy = received;
+  received.put_timeStampToken(nullptr);
+  ASSERT_NE(nullptr, copy.get_timeStampToken());
+  EXPECT_TRUE(copy.get_timeStampToken()->verify(signer.certificate()));
+  received = copy;
+  EXPECT_TRUE(received.encode() == copy.encode());
+}
+
+TEST(Response, FailuresLeaveTheStatesNamed) {
+  const auto signer = tsa_test::rsaSigner();
+  CToken token = tsa_test::tokenFor(pki().rsa, "stamped data");
+  token.sign(signer.provider(), signer.keySpec(), signer.certificate(), tsa_test::sha256());
+  CResponse response;
+  response.put_status(CPKIStatusInfo(granted));
+  response.put_timeStampToken(&token);
+
+  // Empty input changes nothing; bytes that are no response leave a default one.
+  EXPECT_HRESULT(E_INVALIDARG, response.decode(CBlob()));
+  EXPECT_EQ(granted, response.get_status().get_status());
+  EXPECT_NE(nullptr, response.get_timeStampToken());
+  for (const CBlob& garbage : {fromHex("3003020100FF"), fromHex("0401"), fromHex("30")}) {
+    response.put_status(CPKIStatusInfo(granted));
+    EXPECT_HRESULT(CRYPT_E_ASN1_INTERNAL, response.decode(garbage));
+    EXPECT_EQ(rejection, response.get_status().get_status());
+    EXPECT_EQ(nullptr, response.get_timeStampToken());
+  }
+
+  // A token neither signed nor decoded cannot be encoded.
+  const CToken unsignedToken = tsa_test::tokenFor(pki().rsa, "stamped data");
+  response.put_timeStampToken(&unsignedToken);
+  EXPECT_HRESULT(E_FAIL, response.encode());
+
+  // A granted response around a SignedData of data: the status is read, the token kept as its
+  // failed decode left it.
+  shell(
+      "openssl cms -sign -nodetach -binary -in data.txt -signer rsa.pem -inkey rsa.key "
+      "-outform DER -out data.p7");
+  const CBlob data = readFile(pki().dir + "/data.p7");
+  ASN1BERDecodeBuffer in(data.pbData(), data.cbData());
+  ASN1T_TimeStampResp wrapped;
+  ASSERT_EQ(0, ASN1C_TimeStampToken(in, wrapped.timeStampToken).Decode());
+  wrapped.m.timeStampTokenPresent = 1;
+  ASN1BEREncodeBuffer out;
+  const int length = ASN1C_TimeStampResp(out, wrapped).Encode();
+  ASSERT_GT(length, 0);
+  EXPECT_HRESULT(CRYPT_E_BAD_MSG,
+                 response.decode(CBlob(out.getMsgPtr(), static_cast<std::uint32_t>(length))));
+  EXPECT_EQ(granted, response.get_status().get_status());
+  ASSERT_NE(nullptr, response.get_timeStampToken());
+  EXPECT_TRUE(data == response.get_timeStampToken()->encode());
+  EXPECT_HRESULT(E_FAIL, response.get_timeStampToken()->verify(pki().rsa.certificate));
+}
