@@ -213,7 +213,7 @@ void fillInfo(CertificateRecord& record, const BYTE* encoded, DWORD length) {
   info.dwVersion = CERT_V1;
   if (in.nextIs(asn1ContextTag(0, true))) {
     BerReader version;
-    OSUINT32 number;
+    OSUINT32 number = 0;  // need() throws before a use; clang cannot tell
     need(in.readConstructed(asn1ContextTag(0, true), version) && version.readUInt32(number) &&
          version.finish());
     if (number > CERT_V3) fail(CRYPT_E_ASN1_CORRUPT);

@@ -67,12 +67,15 @@ void SignedDecoder::readSignedData(BerReader& in) {
     if (!asn1D_SignerInfo(signer, signers_[i++]) || !signer.finish()) failDecoding(ctxt_, E_FAIL);
     signerEncodings_.push_back(*encoding);
   }
+  certificates_ = x509Choices(signedData_.certificates);
+  crls_ = x509Choices(signedData_.crls);
   readContent();
 }
 
 // Data: the OCTET STRING's octets, for both the content and its digest. Other types: the element
 // under [0], an OCTET STRING in the CMS form (digested by its octets) or the content SEQUENCE
-// itself in the PKCS #7 form (digested by its value octets).
+// itself in the PKCS #7 form (digested by its value octets, as Windows signs it; a digest of the
+// whole SEQUENCE, which Wine and signers thinking in CMS terms write, is accepted too).
 void SignedDecoder::readContent() {
   const ASN1T_EncapsulatedContentInfo& encap = signedData_.encapContentInfo;
   dataContent_ = ASN1::oidEquals(encap.contentType, szOID_RSA_data);
@@ -101,6 +104,7 @@ void SignedDecoder::readContent() {
   if (!in.readSequence(value)) failDecoding(ctxt_, E_FAIL);
   content_ = {element.data, element.numocts};
   digestInput_ = {value.position(), value.remaining()};
+  wholeContentInput_ = content_;
 }
 
 const ASN1T_SignerInfo& SignedDecoder::signer(DWORD index) const {
@@ -108,19 +112,13 @@ const ASN1T_SignerInfo& SignedDecoder::signer(DWORD index) const {
   return signers_[index];
 }
 
-DWORD SignedDecoder::countX509(const ASN1TSeqOfList& choices) noexcept {
-  DWORD count = 0;
+// Indexed once, so that reading every certificate is linear in their number.
+std::vector<const ASN1OpenType*> SignedDecoder::x509Choices(const ASN1TSeqOfList& choices) {
+  std::vector<const ASN1OpenType*> x509;
   for (const ASN1OpenType* choice : rtSeqOfItems<ASN1OpenType>(choices)) {
-    if (asn1IsX509Choice(*choice)) ++count;
+    if (asn1IsX509Choice(*choice)) x509.push_back(choice);
   }
-  return count;
-}
-
-const ASN1OpenType* SignedDecoder::nthX509(const ASN1TSeqOfList& choices, DWORD index) const {
-  for (const ASN1OpenType* choice : rtSeqOfItems<ASN1OpenType>(choices)) {
-    if (asn1IsX509Choice(*choice) && index-- == 0) return choice;
-  }
-  fail(CRYPT_E_INVALID_INDEX);
+  return x509;
 }
 
 void SignedDecoder::getParam(DWORD type, DWORD index, void* data, DWORD* size) {
@@ -151,14 +149,14 @@ void SignedDecoder::getParam(DWORD type, DWORD index, void* data, DWORD* size) {
       return outputAttributes(info.unsignedAttrs, data, size);
     }
     case CMSG_CERT_COUNT_PARAM:
-      return outputDword(countX509(signedData_.certificates), data, size);
+      return outputDword(static_cast<DWORD>(certificates_.size()), data, size);
     case CMSG_CRL_COUNT_PARAM:
-      return outputDword(countX509(signedData_.crls), data, size);
+      return outputDword(static_cast<DWORD>(crls_.size()), data, size);
     case CMSG_CERT_PARAM:
     case CMSG_CRL_PARAM: {
-      const ASN1OpenType* choice =
-          nthX509(type == CMSG_CERT_PARAM ? signedData_.certificates : signedData_.crls, index);
-      return outputBytes(choice->data, choice->numocts, data, size);
+      const auto& choices = type == CMSG_CERT_PARAM ? certificates_ : crls_;
+      if (index >= choices.size()) fail(CRYPT_E_INVALID_INDEX);
+      return outputBytes(choices[index]->data, choices[index]->numocts, data, size);
     }
     case CMSG_VERSION_PARAM:
       return outputDword(static_cast<DWORD>(signedData_.version), data, size);
@@ -171,7 +169,7 @@ void SignedDecoder::control(DWORD, DWORD type, const void* para) {
   if (type != CMSG_CTRL_VERIFY_SIGNATURE) fail(CRYPT_E_CONTROL_TYPE);
   if (para == nullptr) fail(E_INVALIDARG);
   if (state_ != State::Done) fail(CRYPT_E_MSG_ERROR);
-  verifySigner(signerEncodings_, signers_, {signedData_.encapContentInfo.contentType, digestInput_},
+  verifySigner(signerEncodings_, signers_, digestInput_, wholeContentInput_,
                *static_cast<const CERT_INFO*>(para));
 }
 

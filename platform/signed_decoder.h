@@ -32,8 +32,7 @@ class SignedDecoder final : public Message {
   void readSignedData(BerReader& in);
   void readContent();
   const ASN1T_SignerInfo& signer(DWORD index) const;
-  const ASN1OpenType* nthX509(const ASN1TSeqOfList& choices, DWORD index) const;
-  static DWORD countX509(const ASN1TSeqOfList& choices) noexcept;
+  static std::vector<const ASN1OpenType*> x509Choices(const ASN1TSeqOfList& choices);
 
   DWORD messageType_;
   Provider* provider_;
@@ -43,10 +42,12 @@ class SignedDecoder final : public Message {
   ASN1T_SignedData signedData_;
   std::vector<ASN1T_SignerInfo> signers_;
   std::vector<ASN1OpenType> signerEncodings_;
+  std::vector<const ASN1OpenType*> certificates_, crls_;  // the X.509 choices of each set
   bool dataContent_ = false;
-  std::vector<BYTE> rewrapped_;       // a constructed OCTET STRING made primitive
-  ByteSpan content_{nullptr, 0};      // what CMSG_CONTENT_PARAM hands out
-  ByteSpan digestInput_{nullptr, 0};  // what the messageDigest covers
+  std::vector<BYTE> rewrapped_;             // a constructed OCTET STRING made primitive
+  ByteSpan content_{nullptr, 0};            // what CMSG_CONTENT_PARAM hands out
+  ByteSpan digestInput_{nullptr, 0};        // what the messageDigest covers
+  ByteSpan wholeContentInput_{nullptr, 0};  // PKCS #7 form: what it may cover instead
 };
 
 }  // namespace Platform

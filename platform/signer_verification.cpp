@@ -56,32 +56,21 @@ const ASN1OpenType& singleValue(const ASN1T_Attributes& attributes, const char* 
   return *static_cast<const ASN1OpenType*>(found->attrValues.head->data);
 }
 
-void checkMessageDigest(const ASN1T_Attributes& attributes, const Digest& contentDigest) {
+// Whether the one messageDigest attribute holds `contentDigest`.
+bool holdsMessageDigest(const ASN1T_Attributes& attributes, const Digest& contentDigest) {
   const ASN1OpenType& value = singleValue(attributes, szOID_RSA_messageDigest, CRYPT_E_HASH_VALUE);
   ASN1CTXT ctxt;
   BerReader in(value.data, value.numocts, &ctxt);
   ASN1DynOctStr digest;
-  if (!in.readOctetString(digest) || !in.finish() || digest.numocts != contentDigest.size ||
-      std::memcmp(digest.data, contentDigest.value, contentDigest.size) != 0)
-    fail(CRYPT_E_HASH_VALUE);
-}
-
-void checkContentType(const ASN1T_Attributes& attributes, const ASN1OBJID& contentType) {
-  const ASN1OpenType& value =
-      singleValue(attributes, szOID_RSA_contentType, CRYPT_E_UNEXPECTED_ENCODING);
-  ASN1CTXT ctxt;
-  BerReader in(value.data, value.numocts, &ctxt);
-  ASN1OBJID type;
-  if (!in.readObjId(type) || !in.finish() || type.numocts != contentType.numocts ||
-      std::memcmp(type.data, contentType.data, type.numocts) != 0)
-    fail(CRYPT_E_UNEXPECTED_ENCODING);
+  return in.readOctetString(digest) && in.finish() && digest.numocts == contentDigest.size &&
+         std::memcmp(digest.data, contentDigest.value, contentDigest.size) == 0;
 }
 
 }  // namespace
 
 void verifySigner(const std::vector<ASN1OpenType>& encodings,
-                  const std::vector<ASN1T_SignerInfo>& signers, const SignedContent& content,
-                  const CERT_INFO& certificate) {
+                  const std::vector<ASN1T_SignerInfo>& signers, ByteSpan digestInput,
+                  ByteSpan otherDigestInput, const CERT_INFO& certificate) {
   std::size_t index = 0;
   while (index < signers.size() && !identifies(certificate, encodings[index]))
     ++index;
@@ -96,11 +85,15 @@ void verifySigner(const std::vector<ASN1OpenType>& encodings,
     fail(CRYPT_E_UNKNOWN_ALGO);
   const EVP_MD* signatureDigest = algorithm.digest != nullptr ? algorithm.digest : digest;
 
-  const Digest contentDigest = computeDigest(digest, {content.digestInput});
+  const Digest contentDigest = computeDigest(digest, {digestInput});
   Digest signed_ = contentDigest;
   if (signer.m.signedAttrsPresent) {
-    checkMessageDigest(signer.signedAttrs, contentDigest);
-    checkContentType(signer.signedAttrs, content.contentType);
+    // The contentType attribute is not compared with the content's type: Windows does not, and
+    // Wine writes id-data there whatever the content.
+    if (!holdsMessageDigest(signer.signedAttrs, contentDigest) &&
+        (otherDigestInput.size == 0 ||
+         !holdsMessageDigest(signer.signedAttrs, computeDigest(digest, {otherDigestInput}))))
+      fail(CRYPT_E_HASH_VALUE);
     // The attributes as received, under the SET tag: re-sorting them would break the signatures
     // of authorities that send them unsorted.
     static const BYTE kSetTag = 0x31;
@@ -108,7 +101,7 @@ void verifySigner(const std::vector<ASN1OpenType>& encodings,
     signed_ =
         computeDigest(signatureDigest, {{&kSetTag, 1}, {received.data + 1, received.numocts - 1u}});
   } else if (signatureDigest != digest) {
-    signed_ = computeDigest(signatureDigest, {content.digestInput});
+    signed_ = computeDigest(signatureDigest, {digestInput});
   }
   const bool verified = verifyDigest(key.get(), algorithm.scheme, signatureDigest, signed_,
                                      {signer.signature.data, signer.signature.numocts});

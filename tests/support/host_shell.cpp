@@ -50,8 +50,12 @@ CommandResult run(const std::string& command) {
   if (!CreateProcessA(nullptr, &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                       &startup, &process))
     return {-1, "cannot start /bin/sh, error " + std::to_string(GetLastError())};
-  if (process.hProcess != nullptr) CloseHandle(process.hProcess);
-  if (process.hThread != nullptr) CloseHandle(process.hThread);
+  // For a Unix program Wine leaves hProcess null and hThread holding junk: closing that closed
+  // whatever handle had its value, stdout among them, and the test's output was lost.
+  if (process.hProcess != nullptr) {
+    CloseHandle(process.hProcess);
+    CloseHandle(process.hThread);
+  }
 
   const auto deadline = std::chrono::steady_clock::now() + kCommandTimeout;
   while (!fileExists(status)) {

@@ -1,6 +1,9 @@
 // The test support: host commands, also from Wine, and signing keys whose work openssl checks.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <vector>
+
 #include "tests/support/test_signer.h"
 #include "tests/support/test_support.h"
 
@@ -23,6 +26,30 @@ TEST(HostShell, RunsCommandsAndSharesFilesWithThem) {
   EXPECT_EQ("crossed", readText(dir.path("from-shell")));
   EXPECT_EQ(0, run("openssl version").status);
 }
+
+#ifdef _WIN32
+// Wine fills in no process information for a Unix program, and run() must close nothing that
+// it did not open. Every handle the program holds is marked; a handle closed and its value given
+// to a new one would lose the mark.
+TEST(HostShell, LeavesTheProgramsOwnHandlesOpen) {
+  std::vector<HANDLE> marked;
+  for (std::uintptr_t value = 4; value < 0x4000; value += 4) {
+    const auto handle = reinterpret_cast<HANDLE>(value);
+    DWORD flags;
+    if (GetHandleInformation(handle, &flags) && !(flags & HANDLE_FLAG_INHERIT) &&
+        SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT))
+      marked.push_back(handle);
+  }
+  ASSERT_FALSE(marked.empty());
+  for (int i = 0; i < 8; ++i)
+    run("true");
+  for (HANDLE handle : marked) {
+    DWORD flags = 0;
+    EXPECT_TRUE(GetHandleInformation(handle, &flags) && (flags & HANDLE_FLAG_INHERIT)) << handle;
+    SetHandleInformation(handle, HANDLE_FLAG_INHERIT, 0);
+  }
+}
+#endif
 
 // `content` signed with the signer's key (SHA-256) by the message functions, the certificate
 // included.
