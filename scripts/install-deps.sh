@@ -4,10 +4,10 @@
 set -euo pipefail
 
 declare -A groups=(
-  [base]="cmake ninja-build g++ libssl-dev openssl libgtest-dev libgmock-dev pkg-config curl osslsigncode"
+  [base]="cmake ninja-build g++ libssl-dev openssl libgtest-dev libgmock-dev pkg-config curl osslsigncode libmicrohttpd-dev"
   [windows]="g++-mingw-w64-x86-64 mingw-w64 googletest wine wine64"
   [fuzz]="clang libclang-rt-14-dev"
-  [bench]="libbenchmark-dev valgrind"
+  [bench]="libbenchmark-dev valgrind wrk apache2-utils"
 )
 
 wanted=()

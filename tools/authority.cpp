@@ -1,0 +1,149 @@
+#include "tools/authority.h"
+
+#include <cstring>
+
+#include "authenticode/ms_stamp.h"
+#include "tools/hash_algorithms.h"
+#include "tools/random_numbers.h"
+#include "tools/report_values.h"
+
+namespace Zanthorel {
+namespace Tools {
+
+const char* const kDefaultPolicy = "2.999.1";
+
+namespace {
+
+using ASN1::CPKIStatusInfo;
+using PKI::TSP::CMSRequest;
+using PKI::TSP::CMSStamp;
+using PKI::TSP::CRequest;
+using PKI::TSP::CResponse;
+using PKI::TSP::CToken;
+
+const char kAuthenticodeRequestOid[] = "1.3.6.1.4.1.311.3.2.1";
+const char kDataOid[] = "1.2.840.113549.1.7.1";
+
+CResponse rejection(std::uint32_t failInfo, const std::string& text) {
+  CPKIStatusInfo status(ASN1::rejection);
+  status.put_failInfo(failInfo);
+  status.add_statusString(text.c_str());
+  CResponse response;
+  response.put_status(status);
+  return response;
+}
+
+bool nullOrAbsent(const CBlob& parameters) {
+  return parameters.empty() || (parameters.cbData() == 2 && parameters.pbData()[0] == 0x05 &&
+                                parameters.pbData()[1] == 0);
+}
+
+// Why the request cannot be granted, in the order RFC 3161 2.4.2 lists the failures; a null
+// result when it can.
+std::optional<CResponse> refusalOf(const CRequest& request, const std::string& policy) {
+  if (request.get_version() != 1)
+    return rejection(
+        ASN1::badDataFormat,
+        "request version " + std::to_string(request.get_version()) + " is not supported (only 1)");
+  const char* oid = request.get_hashAlgorithm().get_algorithm();
+  const HashAlgorithm* algorithm = hashAlgorithmOf(oid);
+  if (algorithm == nullptr)
+    return rejection(ASN1::badAlg, "hash algorithm " + oidText(oid) +
+                                       " is not supported (sha1, sha224, sha256, sha384, sha512)");
+  if (!nullOrAbsent(request.get_hashAlgorithm().get_parameters()))
+    return rejection(ASN1::badAlg,
+                     std::string("the ") + algorithm->name + " identifier carries parameters");
+  if (request.get_hashedMessage().cbData() != algorithm->length)
+    return rejection(ASN1::badDataFormat, std::string("a ") + algorithm->name + " imprint is " +
+                                              std::to_string(algorithm->length) + " bytes, not " +
+                                              std::to_string(request.get_hashedMessage().cbData()));
+  if (request.get_reqPolicy() != nullptr && policy != request.get_reqPolicy())
+    return rejection(ASN1::unacceptedPolicy, std::string("policy ") + request.get_reqPolicy() +
+                                                 " is not supported (only " + policy + ")");
+  const ASN1::CExtensions* extensions = request.get_extensions();
+  if (extensions != nullptr && !extensions->empty())
+    return rejection(ASN1::unacceptedExtension, std::string("extension ") +
+                                                    extensions->begin()->get_extnID() +
+                                                    " is not supported (none is)");
+  return std::nullopt;
+}
+
+// genTime carries milliseconds: finer would claim more than the clock is worth.
+CDateTime nowInMilliseconds() {
+  const CDateTime now = CDateTime::now();
+  return CDateTime(now.get_seconds(), now.get_nanoseconds() / 1000000 * 1000000);
+}
+
+}  // namespace
+
+TimeStampAuthority::TimeStampAuthority(SignerIdentity identity, AuthoritySettings settings)
+    : identity_(std::move(identity)),
+      settings_(std::move(settings)),
+      tsaName_(ASN1::CGeneralName::fromDirectoryName(identity_.certificate().subjectName())),
+      signatureDigest_(identifierOf(sha256())) {
+  if (settings_.ess != EssVersion::v2)
+    essAttributes_.push_back(signingCertificateAttribute(identity_.certificate(), false));
+  if (settings_.ess != EssVersion::v1)
+    essAttributes_.push_back(signingCertificateAttribute(identity_.certificate(), true));
+}
+
+CToken TimeStampAuthority::tokenFor(const CRequest& request) const {
+  const CDateTime genTime = nowInMilliseconds();
+  CToken token(settings_.policy.c_str(), request.get_hashAlgorithm(), request.get_hashedMessage(),
+               randomSerialNumber(), genTime, settings_.ordering);
+  token.put_nonce(request.get_nonce());
+  if (settings_.accuracy) token.put_accuracy(&*settings_.accuracy);
+  if (settings_.tsaName) token.put_tsa(&tsaName_);
+  // OpenSSL's authority signs the time too; clients take it as a matter of course.
+  ASN1::CAttributes signedAttributes = essAttributes_;
+  const ASN1::CAttrSigningTime signingTime(CDateTime(genTime.get_seconds(), 0));
+  ASN1::CAttribute signingTimeAttribute(signingTime.get_oid());
+  signingTimeAttribute.add(signingTime);
+  signedAttributes.push_back(signingTimeAttribute);
+  token.put_signedAttributes(&signedAttributes);
+  if (request.get_certReq()) token.put_certificates(&identity_.certificates());
+  token.sign(identity_.provider(), AT_SIGNATURE, identity_.certificate().der(), signatureDigest_);
+  return token;
+}
+
+CResponse TimeStampAuthority::answer(const CBlob& encoded) const {
+  CRequest request;
+  try {
+    request.decode(encoded);
+  } catch (const ATL::CAtlException&) {
+    return rejection(ASN1::badDataFormat, encoded.empty() ? "the request is empty"
+                                                          : "the request is no DER TimeStampReq");
+  }
+  if (auto refusal = refusalOf(request, settings_.policy)) return *refusal;
+  try {
+    const CToken token = tokenFor(request);
+    CResponse response;
+    response.put_status(CPKIStatusInfo(ASN1::granted));
+    response.put_timeStampToken(&token);
+    return response;
+  } catch (const ATL::CAtlException& error) {
+    return rejection(ASN1::systemFailure, "signing failed (" + hresultText(error.m_hr) + ")");
+  } catch (const ToolError& error) {
+    return rejection(ASN1::systemFailure, error.what());
+  }
+}
+
+CBlob TimeStampAuthority::stamp(const CMSRequest& request) const {
+  if (std::strcmp(request.get_timeStampAlgorithm(), kAuthenticodeRequestOid) != 0)
+    throw RequestRefused(std::string("the request type ") + request.get_timeStampAlgorithm() +
+                         " is not " + kAuthenticodeRequestOid);
+  const ASN1::CContentInfo& content = request.get_contentInfo();
+  // The OCTET STRING holding the signature, in either BER form.
+  const CBlob& octets = content.get_content();
+  if (std::strcmp(content.get_contentType(), kDataOid) != 0 || octets.empty() ||
+      (octets.pbData()[0] != 0x04 && octets.pbData()[0] != 0x24))
+    throw RequestRefused("the request's content is no PKCS #7 data");
+  // The signing time is in whole seconds, as the message carries it.
+  CMSStamp stamp(content.get_content(), CDateTime(CDateTime::now().get_seconds(), 0));
+  stamp.put_certificates(&identity_.certificates());
+  stamp.sign(identity_.provider(), AT_SIGNATURE, identity_.certificate().der(), signatureDigest_);
+  return stamp.encode();
+}
+
+}  // namespace Tools
+}  // namespace Zanthorel

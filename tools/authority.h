@@ -1,0 +1,60 @@
+// The time-stamp authority: answers RFC 3161 requests with signed tokens or reasoned rejections,
+// and Authenticode requests with signed stamps. One authority serves many threads at once.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "authenticode/ms_request.h"
+#include "outside/ztasn1/general_name.h"
+#include "rfc3161/request.h"
+#include "rfc3161/response.h"
+#include "tools/ess.h"
+#include "tools/signer_identity.h"
+#include "tools/tool_error.h"
+
+namespace Zanthorel {
+namespace Tools {
+
+// The example arc of X.660: a placeholder until -policy names the authority's own policy.
+extern const char* const kDefaultPolicy;
+
+struct AuthoritySettings {
+  std::string policy = kDefaultPolicy;
+  std::optional<PKI::TSP::CAccuracy> accuracy;
+  bool ordering = false;
+  bool tsaName = false;  // name the authority (its certificate's subject) in every token
+  EssVersion ess = EssVersion::v2;
+};
+
+// An Authenticode request that cannot be stamped; the message says why.
+struct RequestRefused : ToolError {
+  using ToolError::ToolError;
+};
+
+class TimeStampAuthority {
+ public:
+  TimeStampAuthority(SignerIdentity identity, AuthoritySettings settings);
+
+  const SignerIdentity& identity() const noexcept { return identity_; }
+  const AuthoritySettings& settings() const noexcept { return settings_; }
+
+  // A granted response with a new token, or a rejection whose failInfo and statusString say what
+  // is wrong with the request (RFC 3161 2.4.2). Never throws for what a client sends.
+  PKI::TSP::CResponse answer(const CBlob& request) const;
+  // The DER PKCS #7 stamp of the request's content, signed now. Throws RequestRefused for a
+  // request that is no Authenticode time-stamp request of data.
+  CBlob stamp(const PKI::TSP::CMSRequest& request) const;
+
+ private:
+  PKI::TSP::CToken tokenFor(const PKI::TSP::CRequest& request) const;
+
+  SignerIdentity identity_;
+  AuthoritySettings settings_;
+  ASN1::CAttributes essAttributes_;  // the same for every token
+  ASN1::CGeneralName tsaName_;
+  ASN1::CAlgorithmIdentifierEx signatureDigest_;
+};
+
+}  // namespace Tools
+}  // namespace Zanthorel

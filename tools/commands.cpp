@@ -1,0 +1,67 @@
+#include "tools/commands.h"
+
+namespace Zanthorel {
+namespace Tools {
+namespace {
+
+const Command kCommands[] = {
+    {"query", "make an RFC 3161 time-stamp request",
+     "  (-data FILE | -digest HEX)  what to stamp: a file, or the digest of one\n"
+     "  -sha1|-sha224|-sha256|-sha384|-sha512  the hash (default sha256)\n"
+     "  -policy OID                 ask for this policy\n"
+     "  -no_nonce                   leave out the nonce\n"
+     "  -cert                       ask for the authority's certificate in the token\n"
+     "  -out FILE                   where to write the request (default: standard output)\n",
+     queryCommand},
+    {"reply", "answer a request with a signed token, or a reasoned rejection",
+     "  -queryfile REQ              the request\n"
+     "  -signer CERT -inkey KEY     the authority's certificate and private key (PEM)\n"
+     "  -chain PEM                  certificates above the signer, sent when asked for\n"
+     "  -policy OID                 the authority's policy (default 2.999.1, a placeholder)\n"
+     "  -accuracy S[,MS[,US]]       the accuracy of the time\n"
+     "  -ordering                   promise ordering\n"
+     "  -tsa_name                   name the authority in the token\n"
+     "  -ess v1|v2|both             the ESS signing-certificate attribute (default v2)\n"
+     "  -token_out                  write the token instead of the response\n"
+     "  -out FILE                   where to write it (default: standard output)\n",
+     replyCommand},
+    {"verify", "check a response or token against the data it stamps",
+     "  -in FILE [-token_in]        the response, or with -token_in the bare token\n"
+     "  (-data FILE | -digest HEX | -queryfile REQ)  what it must stamp\n"
+     "  -CAfile PEM                 trusted certificates (default: the system's)\n"
+     "  -untrusted PEM              more certificates for the chain\n"
+     "  -now                        check the chain now, not at the token's time\n",
+     verifyCommand},
+    {"inspect", "print any time-stamp message in plain words",
+     "  FILE                        a request, response, token, Authenticode request or\n"
+     "                              Authenticode stamp, in DER, PEM or base64\n"
+     "  --json                      print JSON instead\n",
+     inspectCommand},
+    {"serve", "run an HTTP time-stamp server (RFC 3161 and Authenticode)",
+     "  -port N                     the TCP port (default 3161; 0 picks a free one)\n"
+     "  -bind ADDRESS               the IPv4 address to listen on (default 127.0.0.1)\n"
+     "  -signer CERT -inkey KEY     the authority's identity; without them a development CA\n"
+     "  [-chain PEM]                and TSA are made once in the data folder\n"
+     "  -data DIR                   the data folder (default ./zttsp-data)\n"
+     "  -policy, -accuracy, -ordering, -tsa_name, -ess  as for reply\n",
+     serveCommand},
+};
+
+}  // namespace
+
+const Command* findCommand(const std::string& name) {
+  for (const Command& command : kCommands)
+    if (name == command.name) return &command;
+  return nullptr;
+}
+
+std::string commandList() {
+  std::string list;
+  for (const Command& command : kCommands)
+    list += "  " + std::string(command.name) +
+            std::string(9 - std::string(command.name).size(), ' ') + command.summary + "\n";
+  return list;
+}
+
+}  // namespace Tools
+}  // namespace Zanthorel

@@ -1,0 +1,68 @@
+// zttsp: time stamps from the command line, and a time-stamp server.
+//
+//   zttsp query -data FILE -cert -out request.tsq
+//   zttsp serve -port 3161
+//   zttsp verify -in response.tsr -queryfile request.tsq -CAfile zttsp-data/ca.pem
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "frame/atl_exception.h"
+#include "tools/commands.h"
+#include "tools/report_values.h"
+#include "tools/tool_error.h"
+
+using namespace Zanthorel::Tools;
+
+namespace {
+
+void printUsage(std::FILE* out) {
+  std::fprintf(out,
+               "usage: zttsp COMMAND [options]\n\ncommands:\n%s\n"
+               "zttsp COMMAND -help shows the options of a command.\n",
+               commandList().c_str());
+}
+
+void printCommandUsage(std::FILE* out, const Command& command) {
+  std::fprintf(out, "usage: zttsp %s [options]\n%s", command.name, command.usage);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    printUsage(stderr);
+    return 2;
+  }
+  const std::string name = argv[1];
+  if (name == "-help" || name == "--help" || name == "help") {
+    printUsage(stdout);
+    return 0;
+  }
+  const Command* command = findCommand(name);
+  if (command == nullptr) {
+    std::fprintf(stderr, "zttsp: unknown command %s\n", name.c_str());
+    printUsage(stderr);
+    return 2;
+  }
+  const Arguments arguments(argv + 2, argv + argc);
+  for (const std::string& argument : arguments) {
+    if (argument == "-help" || argument == "--help") {
+      printCommandUsage(stdout, *command);
+      return 0;
+    }
+  }
+  try {
+    return command->run(arguments);
+  } catch (const UsageError& error) {
+    std::fprintf(stderr, "zttsp %s: %s\n", command->name, error.what());
+    printCommandUsage(stderr, *command);
+    return 2;
+  } catch (const ATL::CAtlException& error) {
+    std::fprintf(stderr, "zttsp: the library failed with HRESULT %s\n",
+                 hresultText(error.m_hr).c_str());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "zttsp: %s\n", error.what());
+  }
+  return 1;
+}
