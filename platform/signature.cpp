@@ -8,6 +8,7 @@
 #include "outside/asn1rt/der_writer.h"
 #include "outside/ztasn1/object_identifier.h"
 #include "platform/api_guard.h"
+#include "platform/public_key_cache.h"
 
 namespace Zanthorel {
 namespace Platform {
@@ -119,9 +120,20 @@ EvpPkeyPtr publicKeyOf(const CERT_PUBLIC_KEY_INFO& info) {
   if (info.PublicKey.cUnusedBits > 7 || info.PublicKey.cbData > UINT32_MAX / 8 ||
       (parameters.cbData != 0 && parameters.pbData == nullptr))
     fail(CRYPT_E_ASN1_BADTAG);
+  // Everything the key is made of, as the cache's key.
+  std::string id = info.Algorithm.pszObjId;
+  id.push_back('\0');
+  if (parameters.cbData != 0)
+    id.append(reinterpret_cast<const char*>(parameters.pbData), parameters.cbData);
+  id.push_back(static_cast<char>(info.PublicKey.cUnusedBits));
+  id.append(reinterpret_cast<const char*>(info.PublicKey.pbData), info.PublicKey.cbData);
+  PublicKeyCache& cache = PublicKeyCache::instance();
+  if (EvpPkeyPtr kept = cache.find(id)) return kept;
+
   EvpPkeyPtr key = directPublicKey(info);
   if (!key) key = decodedPublicKey(info);
   if (!key) fail(CRYPT_E_ASN1_BADTAG);
+  cache.add(id, key.get());
   return key;
 }
 
