@@ -1,6 +1,8 @@
-// Copying a token, whose TSTInfo fields travel through the codec's structure, against OpenSSL's
-// TS_TST_INFO_dup of the same TSTInfo; signing a token and decoding and verifying one against the
-// raw OpenSSL operations they are built on.
+// Tokens beside OpenSSL's: copying one (its TSTInfo fields travel through the codec's structure)
+// against TS_TST_INFO_dup; an authority answering a request with a signed token against
+// TS_RESP_create_response; decoding and verifying a token against d2i_PKCS7 and a signature-only
+// TS_RESP_verify_token. Signing and verifying are also set against their floors, the bare
+// signature and verification with a loaded key.
 #include <benchmark/benchmark.h>
 #include <openssl/crypto.h>
 #include <openssl/pkcs7.h>
@@ -9,16 +11,13 @@
 #include <cstdlib>
 #include <vector>
 
-#include "bench/bench_key.h"
-#include "frame/win32.h"
+#include "bench/allocation_count.h"
+#include "bench/authorities.h"
 #include "rfc3161/token.h"
 
 using Zanthorel::CBlob;
-using Zanthorel::CBlobList;
 using Zanthorel::CDateTime;
 using Zanthorel::ASN1::CAlgorithmIdentifierEx;
-using Zanthorel::ASN1::CAttribute;
-using Zanthorel::ASN1::CAttributes;
 using Zanthorel::ASN1::CBigInteger;
 using Zanthorel::ASN1::CGeneralName;
 using Zanthorel::PKI::TSP::CAccuracy;
@@ -61,6 +60,7 @@ CToken typicalToken() {
 
 void BM_TokenCopy_zttsp(benchmark::State& state) {
   const CToken token = typicalToken();
+  const AllocationCount counting(state);
   for (auto _ : state) {
     CToken copy(token);
     benchmark::DoNotOptimize(copy.get_nonce());
@@ -73,141 +73,118 @@ void BM_TokenCopy_openssl(benchmark::State& state) {
   const unsigned char* p = der.pbData();
   TS_TST_INFO* info = d2i_TS_TST_INFO(nullptr, &p, der.cbData());
   if (info == nullptr) std::abort();
-  for (auto _ : state) {
-    TS_TST_INFO* copy = TS_TST_INFO_dup(info);
-    benchmark::DoNotOptimize(TS_TST_INFO_get_nonce(copy));
-    TS_TST_INFO_free(copy);
+  {
+    const AllocationCount counting(state);
+    for (auto _ : state) {
+      TS_TST_INFO* copy = TS_TST_INFO_dup(info);
+      benchmark::DoNotOptimize(TS_TST_INFO_get_nonce(copy));
+      TS_TST_INFO_free(copy);
+    }
   }
   TS_TST_INFO_free(info);
 }
 BENCHMARK(BM_TokenCopy_openssl);
 
-}  // namespace
-
-namespace {
-
-// The key of `benchKey` in a provider of the platform layer, and its certificate.
-class BenchSigner {
- public:
-  explicit BenchSigner(const BenchKey& key)
-      : certificate_(key.certificate.data(), static_cast<std::uint32_t>(key.certificate.size())) {
-    if (!ZtAcquireContextFromPrivateKey(&provider_, key.pkcs8.data(),
-                                        static_cast<DWORD>(key.pkcs8.size())))
-      std::abort();
-  }
-  ~BenchSigner() { CryptReleaseContext(provider_, 0); }
-  HCRYPTPROV provider() const { return provider_; }
-  const CBlob& certificate() const { return certificate_; }
-
- private:
-  HCRYPTPROV provider_ = 0;
-  CBlob certificate_;
-};
-
-const CAlgorithmIdentifierEx kSha256("2.16.840.1.101.3.4.2.1", bytesOf("0500"));
-
-// typicalToken() as an authority signs it: an ESS signingCertificateV2 attribute (its hash is
-// not checked here) and the signer's certificate.
-CToken tokenToSign(const BenchSigner& signer) {
-  CToken token = typicalToken();
-  CAttributes signedAttributes;
-  CAttribute ess("1.2.840.113549.1.9.16.2.47");
-  ess.add(bytesOf(("3026302430220420" + std::string(64, 'a')).c_str()));
-  signedAttributes.push_back(ess);
-  CBlobList certificates;
-  certificates.push_back(signer.certificate());
-  token.put_signedAttributes(&signedAttributes);
-  token.put_certificates(&certificates);
-  return token;
-}
-
-// About the size of such a token's signed attributes, which its signature covers.
-const std::vector<unsigned char> kSignedAttributes(150, 0x31);
-
-std::vector<unsigned char> rawSign(EVP_PKEY* key) {
-  std::vector<unsigned char> signature(EVP_PKEY_get_size(key));
-  std::size_t size = signature.size();
-  EVP_MD_CTX* ctx = EVP_MD_CTX_new();
-  if (EVP_DigestSignInit(ctx, nullptr, EVP_sha256(), nullptr, key) != 1 ||
-      EVP_DigestSign(ctx, signature.data(), &size, kSignedAttributes.data(),
-                     kSignedAttributes.size()) != 1)
-    std::abort();
-  EVP_MD_CTX_free(ctx);
-  signature.resize(size);
-  return signature;
-}
-
-void BM_TokenSign_RawSignature(benchmark::State& state, const BenchKey& key) {
+void BM_RawSign(benchmark::State& state, KeyOf key) {
+  EVP_PKEY* loaded = key().key;
+  const AllocationCount counting(state);
   for (auto _ : state)
-    benchmark::DoNotOptimize(rawSign(key.key));
+    benchmark::DoNotOptimize(rawSign(loaded));
 }
-BENCHMARK_CAPTURE(BM_TokenSign_RawSignature, rsa2048, benchKey());
-BENCHMARK_CAPTURE(BM_TokenSign_RawSignature, p256, benchKeyP256());
+BENCHMARK_EACH_KEY(BM_RawSign);
 
-void BM_TokenSign_zttsp(benchmark::State& state, const BenchKey& key) {
-  const BenchSigner signer(key);
-  CToken token = tokenToSign(signer);
+void BM_RawVerify(benchmark::State& state, KeyOf key) {
+  EVP_PKEY* loaded = key().key;
+  const std::vector<unsigned char> signature = rawSign(loaded);
+  const AllocationCount counting(state);
   for (auto _ : state)
-    token.sign(signer.provider(), AT_SIGNATURE, signer.certificate(), kSha256);
+    if (!rawVerify(loaded, signature)) std::abort();
 }
-BENCHMARK_CAPTURE(BM_TokenSign_zttsp, rsa2048, benchKey());
-BENCHMARK_CAPTURE(BM_TokenSign_zttsp, p256, benchKeyP256());
+BENCHMARK_EACH_KEY(BM_RawVerify);
 
-// What every sign spends before it signs: the signer's certificate context, which the platform
-// layer makes with d2i_X509.
-void BM_TokenSign_CertificateContext(benchmark::State& state) {
-  const std::vector<unsigned char>& certificate = benchKey().certificate;
-  for (auto _ : state) {
-    PCCERT_CONTEXT context =
-        CertCreateCertificateContext(X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, certificate.data(),
-                                     static_cast<DWORD>(certificate.size()));
-    if (context == nullptr) std::abort();
-    CertFreeCertificateContext(context);
+// The floor of a verifier that gets a key with each signature: the key loaded from its octets
+// (and, for EC, its curve) the cheapest way OpenSSL offers, then the verification, which computes
+// again what a loaded key keeps, such as RSA's Montgomery form. Parsing a whole certificate with
+// d2i_X509 would cost several times the verification.
+void BM_RawVerifyLoadingKey(benchmark::State& state, KeyOf key) {
+  EVP_PKEY* signer = key().key;
+  const std::vector<unsigned char> signature = rawSign(signer);
+  const int type = EVP_PKEY_get_base_id(signer);
+  unsigned char* octets = nullptr;
+  const long octetsSize = i2d_PublicKey(signer, &octets);
+  unsigned char* parameters = nullptr;
+  const long parametersSize = type == EVP_PKEY_EC ? i2d_KeyParams(signer, &parameters) : 0;
+  {
+    const AllocationCount counting(state);
+    for (auto _ : state) {
+      EVP_PKEY* loaded = nullptr;
+      if (parametersSize > 0) {
+        const unsigned char* cursor = parameters;
+        loaded = d2i_KeyParams(type, nullptr, &cursor, parametersSize);
+      }
+      const unsigned char* cursor = octets;
+      if (d2i_PublicKey(type, &loaded, &cursor, octetsSize) == nullptr ||
+          !rawVerify(loaded, signature))
+        std::abort();
+      EVP_PKEY_free(loaded);
+    }
   }
+  OPENSSL_free(parameters);
+  OPENSSL_free(octets);
 }
-BENCHMARK(BM_TokenSign_CertificateContext);
+BENCHMARK_EACH_KEY(BM_RawVerifyLoadingKey);
 
-CBlob signedToken() {
-  const BenchSigner signer(benchKey());
-  CToken token = tokenToSign(signer);
-  token.sign(signer.provider(), AT_SIGNATURE, signer.certificate(), kSha256);
-  return token.encode();
+PKCS7* parsedToken(const CBlob& der) {
+  const unsigned char* cursor = der.pbData();
+  return d2i_PKCS7(nullptr, &cursor, der.cbData());
 }
 
-// What the library's decode and verify are measured against: OpenSSL parsing the same token as
-// d2i_TS_RESP does (the PKCS #7 message, then its TSTInfo), plus one RSA-2048 verification with
-// a key already loaded.
-void BM_TokenDecodeVerify_OpenSSLParseAndRawVerify(benchmark::State& state) {
-  const CBlob der = signedToken();
-  EVP_PKEY* key = benchKey().key;
-  const std::vector<unsigned char> signature = rawSign(key);
-  for (auto _ : state) {
-    const unsigned char* p = der.pbData();
-    PKCS7* token = d2i_PKCS7(nullptr, &p, der.cbData());
-    TS_TST_INFO* info = PKCS7_to_TS_TST_INFO(token);
-    if (info == nullptr) std::abort();
-    EVP_MD_CTX* ctx = EVP_MD_CTX_new();
-    if (EVP_DigestVerifyInit(ctx, nullptr, EVP_sha256(), nullptr, key) != 1 ||
-        EVP_DigestVerify(ctx, signature.data(), signature.size(), kSignedAttributes.data(),
-                         kSignedAttributes.size()) != 1)
-      std::abort();
-    EVP_MD_CTX_free(ctx);
-    TS_TST_INFO_free(info);
-    PKCS7_free(token);
-  }
+// Request DER in, response DER out, as a server answers.
+void BM_TokenSign_zttsp(benchmark::State& state, KeyOf key) {
+  const ZttspAuthority authority(key());
+  const CBlob request = typicalRequest();
+  // OpenSSL must take what is measured for the token it makes.
+  PKCS7* token = parsedToken(tokenIn(authority.answer(request)));
+  if (token == nullptr || !OpenSslTokenVerifier(key()).verify(token)) std::abort();
+  PKCS7_free(token);
+  const AllocationCount counting(state);
+  for (auto _ : state)
+    benchmark::DoNotOptimize(authority.answer(request));
 }
-BENCHMARK(BM_TokenDecodeVerify_OpenSSLParseAndRawVerify);
+BENCHMARK_EACH_KEY(BM_TokenSign_zttsp);
 
-void BM_TokenDecodeVerify_zttsp(benchmark::State& state) {
-  const CBlob der = signedToken();
-  const CBlob certificate(benchKey().certificate.data(),
-                          static_cast<std::uint32_t>(benchKey().certificate.size()));
+void BM_TokenSign_openssl(benchmark::State& state, KeyOf key) {
+  const OpenSslAuthority authority(key());
+  const CBlob request = typicalRequest();
+  const AllocationCount counting(state);
+  for (auto _ : state)
+    benchmark::DoNotOptimize(authority.answer(request));
+}
+BENCHMARK_EACH_KEY(BM_TokenSign_openssl);
+
+// Both sides take the token of the same response of OpenSSL's authority.
+void BM_TokenDecodeVerify_zttsp(benchmark::State& state, KeyOf key) {
+  const CBlob der = tokenIn(opensslResponse(key()));
+  const CBlob certificate = blobOf(key().certificate);
+  const AllocationCount counting(state);
   for (auto _ : state) {
     CToken token;
     token.decode(der);
     if (!token.verify(certificate)) std::abort();
   }
 }
-BENCHMARK(BM_TokenDecodeVerify_zttsp);
+BENCHMARK_EACH_KEY(BM_TokenDecodeVerify_zttsp);
+
+void BM_TokenDecodeVerify_openssl(benchmark::State& state, KeyOf key) {
+  const CBlob der = tokenIn(opensslResponse(key()));
+  const OpenSslTokenVerifier verifier(key());
+  const AllocationCount counting(state);
+  for (auto _ : state) {
+    PKCS7* token = parsedToken(der);
+    if (token == nullptr || !verifier.verify(token)) std::abort();
+    PKCS7_free(token);
+  }
+}
+BENCHMARK_EACH_KEY(BM_TokenDecodeVerify_openssl);
 
 }  // namespace

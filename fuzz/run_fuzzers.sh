@@ -2,13 +2,15 @@
 # Runs each fuzz target for a while on its seeds, then prints executions and coverage per target.
 # Usage: run_fuzzers.sh BIN_DIR SECONDS TARGET...
 # A crash, leak, timeout or sanitizer report stops that target and fails the run; its input is
-# kept in fuzz-artifacts/ under the build folder for a regression test.
+# kept in fuzz-work/artifacts/ under the build folder. Each input found so becomes a regression:
+# tests/data/regressions/<target>/<name>, which the hostile test replays and this script seeds.
 set -uo pipefail
 bin=$1
 seconds=$2
 shift 2
 here=$(cd "$(dirname "$0")" && pwd)
 vectors=$here/../tests/data/vectors
+regressions=$here/../tests/data/regressions
 work=$bin/../fuzz-work
 mkdir -p "$work/artifacts"
 
@@ -16,8 +18,10 @@ mkdir -p "$work/artifacts"
 seeds_for() {
   case $1 in
     request_fuzzer | codec_time_stamp_req_fuzzer) echo "$vectors"/req-*.tsq ;;
-    response_fuzzer | codec_time_stamp_resp_fuzzer) echo "$vectors"/resp-*.tsr ;;
-    token_fuzzer | codec_time_stamp_token_fuzzer | platform_*) echo "$vectors"/tst-*.der "$vectors"/authenticode-tsresp-digicert.p7b ;;
+    response_fuzzer | codec_time_stamp_resp_fuzzer) echo "$vectors"/resp-*.tsr "$here"/seeds/response/* ;;
+    token_fuzzer | codec_time_stamp_token_fuzzer | platform_*)
+      echo "$vectors"/tst-*.der "$vectors"/authenticode-tsresp-digicert.p7b "$here"/seeds/token/* ;;
+    certificate_fuzzer) echo "$vectors"/cert-*.der "$here"/seeds/certificate/* ;;
     codec_tstinfo_fuzzer) echo "$here"/seeds/tstinfo/* ;;
     codec_signer_info_fuzzer) echo "$here"/seeds/signer_info/* ;;
     ms_request_fuzzer | codec_time_stamp_authenticode_request_fuzzer) echo "$vectors"/authenticode-tsreq-*.der ;;
@@ -28,15 +32,17 @@ seeds_for() {
 
 status=0
 summary=""
+started=$SECONDS
 for target in "$@"; do
   corpus=$work/corpus/$target
   mkdir -p "$corpus"
-  for seed in $(seeds_for "$target"); do cp -n "$seed" "$corpus/" 2>/dev/null; done
-  for seed in "$here"/regressions/"$target"/*; do [ -f "$seed" ] && cp -n "$seed" "$corpus/"; done
+  for seed in $(seeds_for "$target") "$regressions/$target"/*; do
+    [ -f "$seed" ] && cp -n "$seed" "$corpus/"
+  done
   log=$work/$target.log
   echo "=== $target (${seconds}s)"
   "$bin/$target" "$corpus" -dict="$here/asn1.dict" -max_total_time="$seconds" -timeout=2 \
-    -rss_limit_mb=512 -malloc_limit_mb=64 -max_len=65536 -print_final_stats=1 \
+    -rss_limit_mb=512 -malloc_limit_mb=32 -max_len=65536 -print_final_stats=1 \
     -artifact_prefix="$work/artifacts/$target-" >"$log" 2>&1
   rc=$?
   execs=$(grep -m1 'stat::number_of_executed_units' "$log" | awk '{print $2}')
@@ -52,4 +58,5 @@ for target in "$@"; do
 done
 echo
 echo "$summary"
+echo "fuzzing took $((SECONDS - started)) s"
 exit $status

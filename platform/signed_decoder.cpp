@@ -169,8 +169,8 @@ void SignedDecoder::control(DWORD, DWORD type, const void* para) {
   if (type != CMSG_CTRL_VERIFY_SIGNATURE) fail(CRYPT_E_CONTROL_TYPE);
   if (para == nullptr) fail(E_INVALIDARG);
   if (state_ != State::Done) fail(CRYPT_E_MSG_ERROR);
-  verifySigner(signerEncodings_, signers_, digestInput_, wholeContentInput_,
-               *static_cast<const CERT_INFO*>(para));
+  verifySigner(signerEncodings_, signers_, signedData_.encapContentInfo.contentType, digestInput_,
+               wholeContentInput_, *static_cast<const CERT_INFO*>(para));
 }
 
 }  // namespace Platform

@@ -66,11 +66,24 @@ bool holdsMessageDigest(const ASN1T_Attributes& attributes, const Digest& conten
          std::memcmp(digest.data, contentDigest.value, contentDigest.size) == 0;
 }
 
+// RFC 5652 asks for exactly one contentType attribute naming the content's type: without that
+// check a signature over one kind of content could be passed off as one over another.
+void checkContentType(const ASN1T_Attributes& attributes, const ASN1OBJID& contentType) {
+  const ASN1OpenType& value =
+      singleValue(attributes, szOID_RSA_contentType, CRYPT_E_UNEXPECTED_ENCODING);
+  ASN1CTXT ctxt;
+  BerReader in(value.data, value.numocts, &ctxt);
+  ASN1OBJID type;
+  if (!in.readObjId(type) || !in.finish() || type.numocts != contentType.numocts ||
+      std::memcmp(type.data, contentType.data, type.numocts) != 0)
+    fail(CRYPT_E_UNEXPECTED_ENCODING);
+}
+
 }  // namespace
 
 void verifySigner(const std::vector<ASN1OpenType>& encodings,
-                  const std::vector<ASN1T_SignerInfo>& signers, ByteSpan digestInput,
-                  ByteSpan otherDigestInput, const CERT_INFO& certificate) {
+                  const std::vector<ASN1T_SignerInfo>& signers, const ASN1OBJID& contentType,
+                  ByteSpan digestInput, ByteSpan otherDigestInput, const CERT_INFO& certificate) {
   std::size_t index = 0;
   while (index < signers.size() && !identifies(certificate, encodings[index]))
     ++index;
@@ -88,12 +101,11 @@ void verifySigner(const std::vector<ASN1OpenType>& encodings,
   const Digest contentDigest = computeDigest(digest, {digestInput});
   Digest signed_ = contentDigest;
   if (signer.m.signedAttrsPresent) {
-    // The contentType attribute is not compared with the content's type: Windows does not, and
-    // Wine writes id-data there whatever the content.
     if (!holdsMessageDigest(signer.signedAttrs, contentDigest) &&
         (otherDigestInput.size == 0 ||
          !holdsMessageDigest(signer.signedAttrs, computeDigest(digest, {otherDigestInput}))))
       fail(CRYPT_E_HASH_VALUE);
+    checkContentType(signer.signedAttrs, contentType);
     // The attributes as received, under the SET tag: re-sorting them would break the signatures
     // of authorities that send them unsorted.
     static const BYTE kSetTag = 0x31;

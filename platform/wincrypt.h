@@ -22,8 +22,9 @@
 //   only the X.509 CRLs, not OCSP responses or other revocation choices.
 // - CMSG_SIGNER_AUTH_ATTR_PARAM / CMSG_SIGNER_UNAUTH_ATTR_PARAM fill one self-contained block
 //   (pointers into the caller's buffer, which must be 8-aligned as malloc and new give it).
-// - CMSG_CTRL_VERIFY_SIGNATURE checks the messageDigest attribute but, as Windows, not whether the
-//   contentType attribute names the content's type.
+// - CMSG_CTRL_VERIFY_SIGNATURE also requires one contentType attribute equal to the content type
+//   when there are signed attributes (CRYPT_E_UNEXPECTED_ENCODING otherwise), as RFC 5652 asks;
+//   whether Windows checks it is not documented, and Wine writes id-data there for every content.
 #pragma once
 
 #include <cstddef>

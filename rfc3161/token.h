@@ -114,7 +114,7 @@ class ZTTSP_API CToken {
   // `hashAlgorithm` the signature's digest. Only the token's own certificates are carried.
   void sign(std::uintptr_t hCryptProv, std::uint32_t dwKeySpec, const CBlob& certificate,
             const ASN1::CAlgorithmIdentifierEx& hashAlgorithm);
-  // The decoded bytes when there are any, else the held message; refreshes get_signerInfo().
+  // The decoded bytes when there are any, else the held message.
   // Throws E_FAIL when the token was neither signed nor decoded.
   CBlob encode() const;
   // Replaces the token with the TimeStampToken in `encoded`, kept to be returned by encode.

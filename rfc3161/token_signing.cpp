@@ -40,18 +40,15 @@ void CToken::sign(std::uintptr_t hCryptProv, std::uint32_t dwKeySpec, const CBlo
     ThrowHResult(error);
   }
   token.message = message.release();
-
-  // Fills signerInfo; the bytes are asked for again by every later encode.
-  encode();
+  // Once: a signed message never changes, and copies take the signer along with it.
+  decodeSignerInfo(getMessageParam(token.message, CMSG_ENCODED_SIGNER, 0), token.signerInfo);
 }
 
 CBlob CToken::encode() const {
-  CTokenImpl& token = *impl_;
+  const CTokenImpl& token = *impl_;
   if (!token.encoded.empty()) return token.encoded;
   if (token.message == nullptr) ThrowHResult(E_FAIL);
-  CBlob content = getMessageParam(token.message, CMSG_CONTENT_PARAM, 0);
-  decodeSignerInfo(getMessageParam(token.message, CMSG_ENCODED_SIGNER, 0), token.signerInfo);
-  return content;
+  return getMessageParam(token.message, CMSG_CONTENT_PARAM, 0);
 }
 
 }  // namespace TSP

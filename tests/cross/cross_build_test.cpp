@@ -41,18 +41,24 @@ class CrossBuild : public testing::Test {
   TempDir dir_;
 };
 
-TEST_F(CrossBuild, WhatWineSignsVerifiesInTheLinuxBuild) {
-  zttsp_test::writeFile(path("token.der"), cross_test::signedToken(authority()));
+TEST_F(CrossBuild, StampsSignedUnderWineVerifyInTheLinuxBuild) {
   zttsp_test::writeFile(path("stamp.der"), cross_test::signedStamp(authority()));
-
-  const std::string token =
-      cross_test::readToken(readFile(path("token.der")), authority().certificate);
-  EXPECT_NE(std::string::npos, token.find("verified 1")) << token;
-  EXPECT_EQ(token + "\n", peer("read-token " + path("token.der") + " " + certificate()));
   const std::string stamp =
       cross_test::readStamp(readFile(path("stamp.der")), authority().certificate);
   EXPECT_NE(std::string::npos, stamp.find("verified 1")) << stamp;
   EXPECT_EQ(stamp + "\n", peer("read-stamp " + path("stamp.der") + " " + certificate()));
+}
+
+// Wine's contentType attribute says id-data whatever the content (docs/wine-differences.md):
+// the Linux build reads every field of Wine's tokens but, holding to RFC 5652, does not let a
+// signature over "data" pass for a time stamp.
+TEST_F(CrossBuild, WineTokensDecodeInTheLinuxBuildButFailItsContentTypeCheck) {
+  zttsp_test::writeFile(path("token.der"), cross_test::signedToken(authority()));
+  std::string token = cross_test::readToken(readFile(path("token.der")), authority().certificate);
+  const std::size_t verified = token.find("verified 1");
+  ASSERT_NE(std::string::npos, verified) << token;
+  token.replace(verified, std::string("verified 1").size(), "verified 0");
+  EXPECT_EQ(token + "\n", peer("read-token " + path("token.der") + " " + certificate()));
 }
 
 TEST_F(CrossBuild, WhatTheLinuxBuildSignsVerifiesUnderWine) {

@@ -1,0 +1,55 @@
+// Signed messages with every part under the test's control, for the hostile catalogue: the
+// attributes that OpenSSL and the platform layer always write correctly (contentType,
+// messageDigest, their order) are here whatever a row asks, and the signature is made over them
+// as written, so that each row tests one rule and not a broken signature.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "outside/ztlib/blob.h"
+#include "tests/support/tsa_fixture.h"
+
+namespace hostile_test {
+
+// An attribute as written: its identifier and complete DER values.
+struct RawAttribute {
+  std::string oid;
+  std::vector<Zanthorel::CBlob> values;
+};
+
+struct SignedDataRecipe {
+  Zanthorel::CBlob content;  // the eContent octets
+  std::string contentType = "1.2.840.113549.1.9.16.1.4";
+  // Null for none; otherwise the signed attributes in the order given, or DER order if sorted.
+  const std::vector<RawAttribute>* signedAttributes = nullptr;
+  bool sortAttributes = true;
+  const tsa_test::Authority* signer = &tsa_test::pki().rsa;  // whose key signs
+  const tsa_test::Authority* named = nullptr;  // whose certificate the signer id names; signer's
+  bool bySubjectKeyId = false;                 // signer id: subjectKeyIdentifier
+  std::string digestOid = "2.16.840.1.101.3.4.2.1";  // declared; SHA-256 is used regardless
+  std::string signatureOid;                          // empty: the signer key's own algorithm
+  int signerCount = 1;                               // further signers repeat the first
+  std::vector<Zanthorel::CBlob> certificates;
+  Zanthorel::CBlob unsignedAttribute;  // a complete Attribute for [1], empty for none
+};
+
+// The attributes a correct signer writes for `content`: contentType, signingTime and the
+// messageDigest (SHA-256) of the content.
+std::vector<RawAttribute> standardAttributes(const Zanthorel::CBlob& content,
+                                             const std::string& contentType);
+
+// The ContentInfo around the SignedData of `recipe`.
+Zanthorel::CBlob buildSignedData(const SignedDataRecipe& recipe);
+
+// DER helpers for the rows.
+Zanthorel::CBlob derOctetString(const Zanthorel::CBlob& octets);
+Zanthorel::CBlob derObjectId(const std::string& oid);
+Zanthorel::CBlob derUtcTime(const std::string& text);
+Zanthorel::CBlob sha256(const Zanthorel::CBlob& bytes);
+
+// A TSTInfo with the given genTime text and optional raw accuracy and [0] tsa elements.
+Zanthorel::CBlob tstInfo(const std::string& genTime, const Zanthorel::CBlob& accuracy = {},
+                         const Zanthorel::CBlob& tsa = {});
+
+}  // namespace hostile_test
