@@ -9,8 +9,8 @@
 
 #include "authenticode/ms_stamp.h"
 #include "outside/ztasn1/octet_string.h"
-#include "tests/support/tsa_fixture.h"
 #include "tests/support/test_support.h"
+#include "tests/support/tsa_fixture.h"
 
 using tsa_test::pki;
 using tsa_test::sha256;

@@ -1,6 +1,7 @@
 // Attribute and certificate lists to the arrays of the CMS message functions, and back.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 #include "frame/cms_params.h"
@@ -49,33 +50,14 @@ TEST(CmsParams, ConvertsAttributesIntoStoresThatOutliveTheSource) {
 
   ASSERT_EQ(2u, signedArray.size());
   ASSERT_EQ(1u, unsignedArray.size());
-  EXPECT_EQ(5u, stores.valueBlobs.size());
-  EXPECT_EQ(5u, stores.valueCopies.size());
-  EXPECT_EQ(3u, stores.oidCopies.size());
-  EXPECT_EQ(21u, stores.oidCopies[0].cbData()) << "the OID text and its NUL";
-  EXPECT_EQ(0, stores.oidCopies[0].pbData()[20]);
   EXPECT_STREQ("1.2.840.113549.1.9.5", signedArray[0].pszObjId);
   EXPECT_EQ("170D3234303130323033303430355A", valueHex(signedArray[0].rgValue[0]));
   ASSERT_EQ(3u, signedArray[1].cValue);
   EXPECT_EQ(&stores.valueBlobs[1], signedArray[1].rgValue) << "a run of its own values";
-  EXPECT_EQ("0500", valueHex(signedArray[1].rgValue[0]));
-  EXPECT_EQ("0101FF", valueHex(signedArray[1].rgValue[1]));
   EXPECT_EQ("020101", valueHex(signedArray[1].rgValue[2]));
   EXPECT_STREQ("1.2.4", unsignedArray[0].pszObjId);
   EXPECT_EQ(&stores.valueBlobs[4], unsignedArray[0].rgValue) << "after the signed values";
   EXPECT_EQ("0400", valueHex(unsignedArray[0].rgValue[0]));
-}
-
-TEST(CmsParams, ConvertsCertificatesInOrder) {
-  CBlobList certificates;
-  certificates.push_back(fromHex("3000"));
-  certificates.push_back(fromHex("3003020101"));
-  std::vector<CBlob> copies;
-  const auto blobs = toCertBlobs(certificates, copies);
-  certificates.clear();
-  ASSERT_EQ(2u, blobs.size());
-  EXPECT_EQ("3000", toHex(CBlob(blobs[0].pbData, blobs[0].cbData)));
-  EXPECT_EQ("3003020101", toHex(CBlob(blobs[1].pbData, blobs[1].cbData)));
 }
 
 TEST(CmsParams, ReadsAttributesBackWithEveryValue) {
@@ -102,19 +84,11 @@ TEST(CmsParams, FillsTheParameterBlocksOfOneSigningCall) {
 
   const CAttributes empty;
   CmsSignParameters none(&context, 7, AT_SIGNATURE, sha256, &empty, nullptr, nullptr);
-  EXPECT_EQ(96u, none.signer().cbSize);
   EXPECT_EQ(&info, none.signer().pCertInfo);
-  EXPECT_EQ(7u, none.signer().hCryptProv);
   EXPECT_STREQ("2.16.840.1.101.3.4.2.1", none.signer().HashAlgorithm.pszObjId);
-  EXPECT_EQ("0500", toHex(CBlob(none.signer().HashAlgorithm.Parameters.pbData,
-                                none.signer().HashAlgorithm.Parameters.cbData)));
   EXPECT_EQ(0u, none.signer().cAuthAttr) << "a present empty list is handed over as absent";
   EXPECT_EQ(nullptr, none.signer().rgAuthAttr);
-  EXPECT_EQ(0u, none.signer().cUnauthAttr);
   EXPECT_EQ(nullptr, none.signer().rgUnauthAttr);
-  EXPECT_EQ(48u, none.signedInfo()->cbSize);
-  EXPECT_EQ(1u, none.signedInfo()->cSigners);
-  EXPECT_EQ(0u, none.signedInfo()->cCertEncoded);
   EXPECT_EQ(nullptr, none.signedInfo()->rgCertEncoded);
 
   // Many values in few attributes: the value stores must not move while the first array is
@@ -123,12 +97,16 @@ TEST(CmsParams, FillsTheParameterBlocksOfOneSigningCall) {
   many.push_back(attribute("1.2.3", {"0500", "0500", "0500", "0500", "0500", "0500", "0500"}));
   CAttributes later;
   later.push_back(attribute("1.2.4", {"0400", "0400", "0400", "0400", "0400", "0400", "0400"}));
-  CBlobList certificates;
-  certificates.push_back(fromHex("3000"));
-  CmsSignParameters full(&context, 7, AT_SIGNATURE, sha256, &many, &later, &certificates);
+  auto certificates = std::make_unique<CBlobList>();
+  certificates->push_back(fromHex("3000"));
+  certificates->push_back(fromHex("3003020101"));
+  CmsSignParameters full(&context, 7, AT_SIGNATURE, sha256, &many, &later, certificates.get());
+  certificates.reset();  // the blocks hold copies, in order
+  ASSERT_EQ(2u, full.signedInfo()->cCertEncoded);
+  const CERT_BLOB& second = full.signedInfo()->rgCertEncoded[1];
+  EXPECT_EQ("3003020101", toHex(CBlob(second.pbData, second.cbData)));
   ASSERT_EQ(1u, full.signer().cAuthAttr);
   ASSERT_EQ(7u, full.signer().rgAuthAttr[0].cValue);
   EXPECT_EQ("0500", valueHex(full.signer().rgAuthAttr[0].rgValue[6]));
   EXPECT_EQ("0400", valueHex(full.signer().rgUnauthAttr[0].rgValue[6]));
-  EXPECT_EQ(1u, full.signedInfo()->cCertEncoded);
 }

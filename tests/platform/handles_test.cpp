@@ -16,8 +16,7 @@ HCRYPTPROV acquire(const Bytes& key) {
 
 TEST(Handles, ProvidersTakePkcs8KeysInDerOrPemAndCountReferences) {
   const TestKeys& keys = testKeys();
-  const std::string der = keys.dir + "/rsa.pk8";
-  openssl("pkcs8 -topk8 -nocrypt -in " + keys.rsa.keyPath + " -outform DER -out " + der);
+  const std::string der = keys.dir + "/rsa.p8";
   for (const std::string& path : {keys.rsa.keyPath, der, keys.ec.keyPath}) {
     const HCRYPTPROV provider = acquire(readBytes(path));
     ASSERT_NE(0u, provider) << path << std::hex << GetLastError();

@@ -1,74 +1,40 @@
+// Signing, decoding and key helpers of the platform tests, over the shared test PKI.
 #include "tests/platform/platform_fixture.h"
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-#include <memory>
 
 namespace platform_test {
 
 using zttsp_test::run;
 
 Bytes readBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  const Zanthorel::CBlob bytes = zttsp_test::readFile(path);
+  return Bytes(bytes.pbData(), bytes.pbData() + bytes.cbData());
 }
 
 void writeBytes(const std::string& path, const Bytes& bytes) {
-  std::ofstream out(path, std::ios::binary);
-  out.write(reinterpret_cast<const char*>(bytes.data()),
-            static_cast<std::streamsize>(bytes.size()));
+  zttsp_test::writeFile(path,
+                        Zanthorel::CBlob(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
 }
 
 Bytes bytesOf(const std::string& text) {
   return Bytes(text.begin(), text.end());
 }
 
-std::string openssl(const std::string& arguments) {
-  const zttsp_test::CommandResult result = run("openssl " + arguments);
-  EXPECT_EQ(0, result.status) << "openssl " << arguments << "\n" << result.output;
-  return result.output;
-}
-
 namespace {
 
-TestSigner makeLeaf(const std::string& dir, const std::string& name,
-                    const std::string& keyAlgorithm, const std::string& serial) {
-  TestSigner signer{dir + "/" + name + ".key", dir + "/" + name + ".pem", {}};
-  openssl("genpkey " + keyAlgorithm + " -out " + signer.keyPath);
-  openssl("req -new -key " + signer.keyPath + " -subj '/O=Zanthorel Test/CN=" + name +
-          " signer' -out " + dir + "/" + name + ".csr");
-  openssl("x509 -req -in " + dir + "/" + name + ".csr -CA " + dir + "/ca.pem -CAkey " + dir +
-          "/ca.key -set_serial " + serial + " -days 30 -extfile " + dir + "/leaf.ext -out " +
-          signer.certPath);
-  openssl("x509 -in " + signer.certPath + " -outform DER -out " + dir + "/" + name + ".der");
-  signer.certificate = readBytes(dir + "/" + name + ".der");
-  return signer;
-}
-
-std::unique_ptr<TestKeys> makeKeys(const zttsp_test::TempDir& temp) {
-  auto keys = std::make_unique<TestKeys>();
-  const std::string dir = temp.path();
-  keys->dir = dir;
-  zttsp_test::writeText(dir + "/leaf.ext", "extendedKeyUsage = critical,timeStamping\n");
-  openssl("req -x509 -newkey rsa:2048 -nodes -keyout " + dir + "/ca.key -out " + dir +
-          "/ca.pem -subj '/O=Zanthorel Test/CN=Test CA' -days 30");
-  keys->ca = {dir + "/ca.key", dir + "/ca.pem", {}};
-  keys->rsa =
-      makeLeaf(dir, "rsa", "-algorithm RSA -pkeyopt rsa_keygen_bits:2048", "0x8000000000000001");
-  keys->ec = makeLeaf(dir, "ec", "-algorithm EC -pkeyopt ec_paramgen_curve:P-256", "0x1234");
-  openssl("x509 -in " + dir + "/ca.pem -outform DER -out " + dir + "/ca.der");
-  keys->ca.certificate = readBytes(dir + "/ca.der");
-  return keys;
+TestSigner signerOf(const std::string& name) {
+  const std::string dir = tsa_test::pki().dir;
+  return {dir + "/" + name + ".key", dir + "/" + name + ".pem",
+          readBytes(dir + "/" + name + ".der")};
 }
 
 }  // namespace
 
 const TestKeys& testKeys() {
-  static zttsp_test::TempDir temp;
-  static const std::unique_ptr<TestKeys> keys = makeKeys(temp);
-  return *keys;
+  static const TestKeys keys{tsa_test::pki().dir, signerOf("ca"), signerOf("rsa"), signerOf("ec")};
+  return keys;
 }
 
 ProviderHandle::ProviderHandle(const TestSigner& signer) {

@@ -6,20 +6,20 @@
 
 #include "platform/wincrypt.h"
 #include "tests/support/test_support.h"
+#include "tests/support/tsa_fixture.h"
 
 namespace platform_test {
 
 using Bytes = std::vector<BYTE>;
 
-// A signer made with the openssl command line: PKCS #8 key, certificate issued by the test CA.
+// A signer of the shared test PKI (tests/support/tsa_fixture.h): PKCS #8 key, certificate.
 struct TestSigner {
   std::string keyPath;
   std::string certPath;  // PEM
   Bytes certificate;     // DER
 };
 
-// Made once per run: a CA, an RSA-2048 leaf (serial 0x8000000000000001, timeStamping usage) and a
-// P-256 leaf, all in a directory removed at exit.
+// The CA, its RSA-2048 and P-256 time-stamping authorities, and the PKI's folder.
 struct TestKeys {
   std::string dir;
   TestSigner ca, rsa, ec;
@@ -106,8 +106,10 @@ class DecodedMessage {
 // The attributes of CMSG_SIGNER_(UN)AUTH_ATTR_PARAM as OID -> values, in order.
 std::vector<Attribute> attributesOf(const Bytes& block);
 
-// Runs openssl; fails the test when it does not exit 0. Returns its output.
-std::string openssl(const std::string& arguments);
+// Runs openssl in the PKI's folder; fails the test when it does not exit 0.
+inline std::string openssl(const std::string& arguments) {
+  return tsa_test::shell("openssl " + arguments);
+}
 
 // DER elements for attributes.
 Bytes derUtcTime(const std::string& text);

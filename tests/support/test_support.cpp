@@ -1,3 +1,4 @@
+// Vectors, files, hex, temporary folders and HRESULT text for the test programs.
 #include "tests/support/test_support.h"
 
 #include <cstdio>

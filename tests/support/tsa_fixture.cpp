@@ -1,3 +1,4 @@
+// The shared test PKI made with openssl, and the token helpers built on it.
 #include "tests/support/tsa_fixture.h"
 
 #include <memory>

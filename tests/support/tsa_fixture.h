@@ -1,6 +1,5 @@
-// A small PKI for the token and response tests, made once per test program with the openssl
-// command line: a CA, two time-stamping authorities it certifies (RSA-2048 and P-256, extended
-// key usage timeStamping, critical) and an `openssl ts -reply` configuration for them.
+// A small PKI, made once per test program with openssl: a CA, the time-stamping authorities it
+// certifies (RSA-2048 and P-256, timeStamping critical) and an `openssl ts -reply` configuration.
 #pragma once
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// Reads the export and import tables of a loaded module from its PE headers.
 #include "tests/windows/export_table.h"
 
 #include <cxxabi.h>
