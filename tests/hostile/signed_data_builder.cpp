@@ -126,11 +126,6 @@ CBlob signerInfo(const SignedDataRecipe& recipe) {
   out.close(algorithm);
   const CBlob signature = sign(*recipe.signer, signedPart);
   out.putOctetString({signature.cbData(), signature.pbData()});
-  if (!recipe.unsignedAttribute.empty()) {
-    const std::size_t unsignedSet = out.open(asn1ContextTag(1, true));
-    out.putOpenType(openType(recipe.unsignedAttribute));
-    out.close(unsignedSet);
-  }
   out.close(info);
   return written(out);
 }

@@ -31,7 +31,6 @@ struct SignedDataRecipe {
   std::string signatureOid;                          // empty: the signer key's own algorithm
   int signerCount = 1;                               // further signers repeat the first
   std::vector<Zanthorel::CBlob> certificates;
-  Zanthorel::CBlob unsignedAttribute;  // a complete Attribute for [1], empty for none
 };
 
 // The attributes a correct signer writes for `content`: contentType, signingTime and the

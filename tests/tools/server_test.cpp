@@ -1,5 +1,5 @@
 // zttsp serve against clients that no one here wrote: openssl ts with curl, osslsigncode, and
-// hand-made bad requests. One server serves the whole suite; the signal tests start their own.
+// hand-made bad requests. One server serves the whole suite; a given signer needs its own.
 #include <signal.h>
 
 #include <memory>
@@ -35,6 +35,13 @@ std::size_t count(const std::string& text, const std::string& what) {
   return n;
 }
 
+// A server, stopped by `signal`: it says so and ends with status 0.
+void expectCleanStop(Server& server, int signal, const char* name) {
+  EXPECT_EQ(0, server.stop(signal)) << server.log();
+  EXPECT_NE(std::string::npos, server.log().find(std::string("stopped on ") + name))
+      << server.log();
+}
+
 class Serve : public testing::Test {
  protected:
   // Something to stamp, in the test's folder.
@@ -45,7 +52,7 @@ class Serve : public testing::Test {
   }
   static void TearDownTestSuite() {
     // The sanitizer build reports leaks at exit, which makes the status other than 0.
-    EXPECT_EQ(0, server_->stop(SIGTERM)) << server_->log();
+    expectCleanStop(*server_, SIGTERM, "SIGTERM");
     server_.reset();
     data_.reset();
   }
@@ -234,31 +241,17 @@ TEST_F(Serve, RefusesBadRequestsRightlyAndKeepsServing) {
   EXPECT_TRUE(std::regex_search(log, std::regex(" PUT / application/timestamp-query 405 "))) << log;
 }
 
-// A server of its own, stopped by `signal`: it says so and ends with status 0.
-void expectCleanStop(Server& server, int signal, const char* name) {
-  EXPECT_EQ(0, server.stop(signal)) << server.log();
-  EXPECT_NE(std::string::npos, server.log().find(std::string("stopped on ") + name))
-      << server.log();
-}
-
-TEST(ServeLifetime, KeepsItsDevelopmentIdentityAndStopsCleanlyOnSignals) {
-  TempDir dir;
-  const std::string data = dir.path("data");
-  std::string ca;
-  {
-    Server first(data);
-    EXPECT_NE(std::string::npos, first.log().find("made the development CA")) << first.log();
-    // One line tells that it is ready, and where.
-    EXPECT_EQ(1u, count(first.log(), "serving on http://127.0.0.1:"));
-    ca = zttsp_test::readText(first.caFile());
-    expectCleanStop(first, SIGINT, "SIGINT");
-  }
-  Server second(data);
+// The suite's server made the identity; a second server on the same folder takes it up.
+TEST_F(Serve, KeepsItsDevelopmentIdentityAndStopsCleanlyOnSignals) {
+  EXPECT_NE(std::string::npos, server().log().find("made the development CA")) << server().log();
+  // One line tells that it is ready, and where.
+  EXPECT_EQ(1u, count(server().log(), "serving on http://127.0.0.1:"));
+  Server second(server().dataDir());
   EXPECT_NE(std::string::npos, second.log().find("using the development CA")) << second.log();
-  EXPECT_EQ(ca, zttsp_test::readText(second.caFile()));
+  EXPECT_EQ(zttsp_test::readText(server().caFile()), zttsp_test::readText(second.caFile()));
   // The key stays the owner's.
-  EXPECT_EQ("600", run("stat -c %a '" + data + "/tsa.key'").output.substr(0, 3));
-  expectCleanStop(second, SIGTERM, "SIGTERM");
+  EXPECT_EQ("600", run("stat -c %a '" + server().dataDir() + "/tsa.key'").output.substr(0, 3));
+  expectCleanStop(second, SIGINT, "SIGINT");
 }
 
 TEST(ServeLifetime, ServesWithAGivenSignerAndChain) {
