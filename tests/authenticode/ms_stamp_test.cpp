@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
 #include <regex>
 #include <string>
 #include <utility>
@@ -23,7 +21,6 @@ using tsa_test::shell;
 using Zanthorel::CBlob;
 using Zanthorel::CBlobList;
 using Zanthorel::CDateTime;
-using Zanthorel::ASN1::CSignerInfo;
 using Zanthorel::ASN1::fromOctetString;
 using Zanthorel::ASN1::toOctetString;
 using zttsp_test::blobOf;
@@ -32,9 +29,6 @@ using zttsp_test::vectorPath;
 using zttsp_test::writeFile;
 
 namespace {
-
-const char kSha1[] = "1.3.14.3.2.26";
-const char kSha256[] = "2.16.840.1.101.3.4.2.1";
 
 // A stamp of `text` at 2024-06-21 07:12:05Z signed by `signer` with SHA-256.
 CMSStamp signedStamp(const zttsp_test::TestSigner& signer, const std::string& text) {
@@ -67,17 +61,6 @@ std::string opensslSigningTime(const CBlob& message) {
   std::smatch m;
   const std::regex time(R"(signingTime \(1\.2\.840\.113549\.1\.9\.5\)\s*set:\s*\w+TIME:(.*))");
   return std::regex_search(text, m, time) ? m[1].str() : "none";
-}
-
-std::string printed(const CDateTime& time) {
-  static const char* const kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  const std::string g = time.getGeneralizedTime().c_str();  // YYYYMMDDhhmmss[.f]Z
-  char text[32];
-  std::snprintf(text, sizeof text, "%s %2d %s:%s:%s %s GMT", kMonths[std::stoi(g.substr(4, 2)) - 1],
-                std::stoi(g.substr(6, 2)), g.substr(8, 2).c_str(), g.substr(10, 2).c_str(),
-                g.substr(12, 2).c_str(), g.substr(0, 4).c_str());
-  return text;
 }
 
 // The stamp's certificates; none when absent.
@@ -119,43 +102,25 @@ CBlob opensslStamp(const std::string& text, const std::string& options = "") {
 
 }  // namespace
 
-TEST(MSStamp, WithoutSignerStoresOnlyAndEncodesNothing) {
-  CMSStamp stamp;
-  EXPECT_HRESULT(E_FAIL, stamp.encode());
-  EXPECT_LT(zttsp_test::hresultOf([&] { stamp.verify(pki().rsa.certificate); }), 0);
-  EXPECT_LT(zttsp_test::hresultOf([&] { stamp.get_signerInfo(); }), 0);
-
-  const CBlobList certificates = listOf({pki().rsa.certificate});
-  stamp.put_certificates(&certificates);
-  stamp.put_certificates(stamp.get_certificates());
-  const CMSStamp& self = stamp;
-  stamp = self;
-  EXPECT_EQ(certificates, certificatesOf(CMSStamp(stamp)));
-  EXPECT_HRESULT(E_FAIL, stamp.encode());
-}
-
 TEST(MSStamp, OpensslVerifiesWhatWeSignWithTheContentAndTimeGiven) {
   const auto signer = tsa_test::rsaSigner();
   const CMSStamp stamp = signedStamp(signer, "the signature to stamp");
   const CBlob message = stamp.encode();
   EXPECT_EQ("the signature to stamp", opensslVerified(message));
   EXPECT_EQ("refused", opensslVerified(message, "")) << "no certificate unless given";
-  EXPECT_EQ(printed(stamp.get_signingTime()), opensslSigningTime(message));
+  EXPECT_EQ("Jun 21 07:12:05 2024 GMT", opensslSigningTime(message));
 
   EXPECT_TRUE(stamp.verify(pki().rsa.certificate));
   EXPECT_FALSE(stamp.verify(pki().other.certificate));
   EXPECT_HRESULT(tsa_test::certificateError(blobOf("no certificate")),
                  stamp.verify(blobOf("no certificate")));
-  const CSignerInfo signerInfo = stamp.get_signerInfo();
-  EXPECT_EQ(CSignerInfo::issuerAndSerialNumber, signerInfo.get_sidType());
-  EXPECT_STREQ(kSha256, signerInfo.get_digestAlgorithm().get_algorithm());
-  EXPECT_EQ(3u, signerInfo.get_signedAttributes()->size()) << "contentType, messageDigest, time";
+  EXPECT_EQ(3u, stamp.get_signerInfo().get_signedAttributes()->size())
+      << "contentType, messageDigest, time";
 
   // Times past 2049 travel as GeneralizedTime.
   CMSStamp later(stamp);
   later.put_signingTime(CDateTime("20500101000000Z"));
   EXPECT_EQ("Jan  1 00:00:00 2050 GMT", opensslSigningTime(later.encode()));
-  EXPECT_EQ(CDateTime("20500101000000Z"), decoded(later.encode()).get_signingTime());
 }
 
 TEST(MSStamp, EveryChangeAfterSigningSignsAgain) {
@@ -163,14 +128,16 @@ TEST(MSStamp, EveryChangeAfterSigningSignsAgain) {
   CMSStamp stamp(toOctetString(blobOf("first")), CDateTime("20240621071205Z"));
   const CBlobList certificates = listOf({pki().caCertificate, pki().rsa.certificate});
   stamp.put_certificates(&certificates);
+  // Without a signer a stamp only stores: nothing to encode, verify or read a signer from.
   EXPECT_HRESULT(E_FAIL, stamp.encode());
+  EXPECT_LT(zttsp_test::hresultOf([&] { stamp.verify(pki().rsa.certificate); }), 0);
+  EXPECT_LT(zttsp_test::hresultOf([&] { stamp.get_signerInfo(); }), 0);
+  EXPECT_EQ(certificates, certificatesOf(CMSStamp(stamp)));
   stamp.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
   EXPECT_EQ("first", opensslVerified(stamp.encode(), ""));
   EXPECT_EQ(certificates, certificatesOf(decoded(stamp.encode()))) << "in list order";
 
-  const CBlob before = stamp.encode();
   stamp.put_signingTime(CDateTime("20250101000000Z"));
-  EXPECT_NE(before, stamp.encode());
   EXPECT_EQ(CDateTime("20250101000000Z"), decoded(stamp.encode()).get_signingTime());
   stamp.put_content(toOctetString(blobOf("second")));
   EXPECT_EQ("second", opensslVerified(stamp.encode(), ""));
@@ -201,11 +168,9 @@ TEST(MSStamp, ReadsWhatOpensslSigns) {
   const CBlob message = opensslStamp("signed by openssl", "-certfile ca.pem");
   const CMSStamp stamp = decoded(message);
   EXPECT_EQ(toOctetString(blobOf("signed by openssl")), stamp.get_content());
-  EXPECT_EQ(opensslSigningTime(message), printed(stamp.get_signingTime()));
   // openssl sorts the certificates; they come in message order.
   EXPECT_EQ(2u, certificatesOf(stamp).size());
   EXPECT_EQ(tsa_test::layoutOf(message).certificates, certificatesOf(stamp));
-  EXPECT_STREQ(kSha256, stamp.get_signerInfo().get_digestAlgorithm().get_algorithm());
   EXPECT_TRUE(stamp.verify(pki().rsa.certificate));
   EXPECT_FALSE(stamp.verify(pki().caCertificate));
   EXPECT_HRESULT(E_FAIL, stamp.encode()) << "decoding gives no signer";
@@ -245,9 +210,6 @@ TEST(MSStamp, ReadsTheAnswersOfDigiCert) {
     EXPECT_EQ(CDateTime(time), stamp.get_signingTime());
     const CBlobList certificates = certificatesOf(stamp);
     ASSERT_EQ(2u, certificates.size());
-    const CSignerInfo signer = stamp.get_signerInfo();
-    EXPECT_EQ(1u, signer.get_version());
-    EXPECT_STREQ(kSha1, signer.get_digestAlgorithm().get_algorithm());
     // The responder's certificate comes first, its CA's second.
     EXPECT_TRUE(stamp.verify(certificates.front()));
     EXPECT_FALSE(stamp.verify(certificates.back()));
@@ -260,29 +222,21 @@ TEST(MSStamp, RefusesSignersWithoutSigningTime) {
   const CBlobList certificates = listOf({pki().caCertificate});
   stamp.put_certificates(&certificates);
 
-  // No signed attributes at all, and a time-stamp token's: contentType, messageDigest, ESS.
+  // A time-stamp token's signed attributes: contentType, messageDigest, ESS, no time.
   CToken token = tsa_test::tokenFor(pki().rsa, "data");
   token.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
-  for (const CBlob& message : {opensslStamp("x", "-noattr"), token.encode()}) {
-    EXPECT_HRESULT(CRYPT_E_BAD_MSG, stamp.decode(message));
-    EXPECT_EQ(certificates, certificatesOf(stamp));
-    EXPECT_EQ(message, stamp.encode()) << "the input is kept before anything is read";
-  }
-  const HRESULT error = zttsp_test::hresultOf([&] { stamp.decode(blobOf("\x30\x03\x02\x01")); });
+  const CBlob message = token.encode();
+  EXPECT_HRESULT(CRYPT_E_BAD_MSG, stamp.decode(message));
+  EXPECT_EQ(certificates, certificatesOf(stamp));
+  EXPECT_EQ(message, stamp.encode()) << "the input is kept before anything is read";
+
+  // Bytes cut short: the platform's error, then also from verify and get_signerInfo.
+  const HRESULT error =
+      zttsp_test::hresultOf([&] { stamp.decode(CBlob(message.pbData(), message.cbData() / 2)); });
   EXPECT_LT(error, 0);
   EXPECT_HRESULT(error, stamp.verify(signer.certificate()));
   EXPECT_HRESULT(error, stamp.get_signerInfo());
   EXPECT_EQ(CDateTime("20240621071205Z"), stamp.get_signingTime());
-}
-
-TEST(MSStamp, RefusesAStampCutShortAtAnyLength) {
-  const auto signer = tsa_test::rsaSigner();
-  const CBlob message = signedStamp(signer, "x").encode();
-  for (std::uint32_t length = 0; length < message.cbData(); ++length) {
-    CMSStamp stamp;
-    EXPECT_LT(zttsp_test::hresultOf([&] { stamp.decode(CBlob(message.pbData(), length)); }), 0)
-        << length;
-  }
 }
 
 TEST(MSStamp, AnswersTheRequestSigntoolSends) {

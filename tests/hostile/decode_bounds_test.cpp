@@ -52,19 +52,14 @@ CBlob responseWithFreeText(const CBlob& strings) {
   return sequence({sequence({fromHex("020102"), constructed(kTagSequence, {strings})})});
 }
 
-CBlob tokenWith(const CBlob& content, const std::string& contentType,
-                const std::vector<CBlob>& certificates = {}) {
-  const auto attributes = standardAttributes(content, contentType);
+CBlob tokenWith(const CBlob& content, const std::vector<CBlob>& certificates = {},
+                const char* contentType = "1.2.840.113549.1.9.16.1.4") {
   SignedDataRecipe recipe;
   recipe.content = content;
   recipe.contentType = contentType;
-  recipe.signedAttributes = &attributes;
   recipe.certificates = certificates;
   return buildSignedData(recipe);
 }
-
-const char kTstInfoType[] = "1.2.840.113549.1.9.16.1.4";
-const char kDataType[] = "1.2.840.113549.1.7.1";
 
 std::vector<Input> grownInputs() {
   const std::size_t n = kGrown;
@@ -84,12 +79,11 @@ std::vector<Input> grownInputs() {
       {"token with a large tsa name",
        tokenWith(tstInfo("20240621071205Z", {},
                          constructed(asn1ContextTag(0, true),
-                                     {primitive(asn1ContextTag(6, false), octets(n))})),
-                 kTstInfoType)});
-  inputs.push_back({"token with many empty certificates",
-                    tokenWith(tstInfo("20240621071205Z"), kTstInfoType,
-                              std::vector<CBlob>(n / 2, fromHex("3000")))});
-  inputs.push_back({"stamp with large content", tokenWith(octets(n), kDataType)});
+                                     {primitive(asn1ContextTag(6, false), octets(n))})))});
+  inputs.push_back(
+      {"token with many empty certificates",
+       tokenWith(tstInfo("20240621071205Z"), std::vector<CBlob>(n / 2, fromHex("3000")))});
+  inputs.push_back({"stamp with large content", tokenWith(octets(n), {}, "1.2.840.113549.1.7.1")});
   inputs.push_back({"Authenticode request with large content",
                     sequence({fromHex("060A2B0601040182370302 01"),
                               sequence({fromHex("06092A864886F70D010701"),

@@ -37,12 +37,11 @@ Outcome msStampDecode(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 Outcome msStampVerify(const Zanthorel::CBlob& input, const Zanthorel::CBlob& certificate);
 
 // The platform layer, as Windows behaves: the last error of the call that failed.
-// A decode handle's final update, then CMSG_CTRL_VERIFY_SIGNATURE with the certificate.
+// A decode handle's final update, then CMSG_CTRL_VERIFY_SIGNATURE with the certificate: the
+// verdict, or after a refused update that update's error and what the control and close did.
 Outcome platformVerify(const Zanthorel::CBlob& input, const Zanthorel::CBlob& certificate);
 // The final update, then another: "closes cleanly" when the handle still closes.
 Outcome platformUpdateAfterFinal(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
-// The final update that refuses the input, then CryptMsgControl, then the close.
-Outcome platformControlAfterFailure(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 // CMSG_CONTENT_PARAM into a buffer one byte short: "size set to what is needed" when *pcbData
 // says so.
 Outcome platformShortBuffer(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);

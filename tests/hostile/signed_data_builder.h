@@ -21,8 +21,10 @@ struct RawAttribute {
 struct SignedDataRecipe {
   Zanthorel::CBlob content;  // the eContent octets
   std::string contentType = "1.2.840.113549.1.9.16.1.4";
-  // Null for none; otherwise the signed attributes in the order given, or DER order if sorted.
-  const std::vector<RawAttribute>* signedAttributes = nullptr;
+  // What a correct signer writes (contentType, signingTime, messageDigest of the content),
+  // changed by this if set; signed in the order they end up in, or DER order if sorted.
+  void (*editAttributes)(std::vector<RawAttribute>&) = nullptr;
+  bool signedAttributes = true;  // false: the signature is over the content itself
   bool sortAttributes = true;
   const tsa_test::Authority* signer = &tsa_test::pki().rsa;  // whose key signs
   const tsa_test::Authority* named = nullptr;  // whose certificate the signer id names; signer's
@@ -33,18 +35,11 @@ struct SignedDataRecipe {
   std::vector<Zanthorel::CBlob> certificates;
 };
 
-// The attributes a correct signer writes for `content`: contentType, signingTime and the
-// messageDigest (SHA-256) of the content.
-std::vector<RawAttribute> standardAttributes(const Zanthorel::CBlob& content,
-                                             const std::string& contentType);
-
 // The ContentInfo around the SignedData of `recipe`.
 Zanthorel::CBlob buildSignedData(const SignedDataRecipe& recipe);
 
 // DER helpers for the rows.
-Zanthorel::CBlob derOctetString(const Zanthorel::CBlob& octets);
 Zanthorel::CBlob derObjectId(const std::string& oid);
-Zanthorel::CBlob derUtcTime(const std::string& text);
 Zanthorel::CBlob sha256(const Zanthorel::CBlob& bytes);
 
 // A TSTInfo with the given genTime text and optional raw accuracy and [0] tsa elements.

