@@ -33,6 +33,24 @@ bool parseArc(const char*& p, std::uint64_t& arc) {
   return true;
 }
 
+// Reads one subidentifier at `p`; false when it starts with 0x80, passes 64 bits or is cut off.
+bool readSubidentifier(const OSOCTET*& p, const OSOCTET* end, std::uint64_t& value) {
+  if (*p == 0x80) return false;
+  value = 0;
+  while (p != end) {
+    if (value > (UINT64_MAX >> 7)) return false;
+    const OSOCTET b = *p++;
+    value = (value << 7) | (b & 0x7Fu);
+    if ((b & 0x80) == 0) return true;
+  }
+  return false;
+}
+
+// The first subidentifier is 40 * arc1 + arc2, arc1 being 0, 1 or 2 (X.690 8.19.4).
+std::uint64_t topArc(std::uint64_t first) {
+  return first < 80 ? first / 40 : 2;
+}
+
 void appendBase128(std::vector<OSOCTET>& out, std::uint64_t value) {
   OSOCTET groups[10];
   std::size_t n = 0;
@@ -50,31 +68,22 @@ void appendBase128(std::vector<OSOCTET>& out, std::uint64_t value) {
 int oid2str(std::string& text, const ASN1OBJID* oid) {
   text.clear();
   if (oid == nullptr) return 0;
-  std::uint64_t arc = 0;
-  bool first = true;
-  bool arcStart = true;
-  for (OSUINT32 i = 0; i < oid->numocts; ++i) {
-    const OSOCTET b = oid->data[i];
-    if ((arcStart && b == 0x80) || arc > (UINT64_MAX >> 7)) return 0;
-    arc = (arc << 7) | (b & 0x7Fu);
-    arcStart = (b & 0x80) == 0;
-    if (!arcStart) continue;
-    if (first) {
-      // The first subidentifier is 40 * arc1 + arc2, arc1 being 0, 1 or 2 (X.690 8.19.4).
-      const std::uint64_t top = arc < 80 ? arc / 40 : 2;
-      appendDecimal(text, top);
-      text.push_back('.');
-      appendDecimal(text, arc - top * 40);
-      first = false;
-    } else {
-      text.push_back('.');
-      appendDecimal(text, arc);
+  text.reserve(oid->numocts * 3 + 2);
+  const OSOCTET* p = oid->data;
+  const OSOCTET* const end = p + oid->numocts;
+  for (bool first = true; p != end; first = false) {
+    std::uint64_t arc;
+    if (!readSubidentifier(p, end, arc)) {
+      text.clear();
+      return 0;
     }
-    arc = 0;
-  }
-  if (!arcStart) {
-    text.clear();
-    return 0;
+    if (first) {
+      const std::uint64_t top = topArc(arc);
+      appendDecimal(text, top);
+      arc -= top * 40;
+    }
+    text.push_back('.');
+    appendDecimal(text, arc);
   }
   return 1;
 }
@@ -102,9 +111,24 @@ void ASN1TObjId_traits::get(const ASN1OBJID& oid, std::string& text) {
   if (!oid2str(text, &oid)) ThrowHResult(E_INVALIDARG);
 }
 
+// Arc by arc, without writing the dotted form out: this runs for every attribute looked up.
 bool oidEquals(const ASN1OBJID& oid, const char* text) noexcept {
-  std::string dotted;
-  return oid2str(dotted, &oid) && dotted == text;
+  if (text == nullptr) return false;
+  const OSOCTET* p = oid.data;
+  const OSOCTET* const end = p + oid.numocts;
+  for (bool first = true; p != end; first = false) {
+    std::uint64_t arc, expected;
+    if (!readSubidentifier(p, end, arc)) return false;
+    if (first) {
+      const std::uint64_t top = topArc(arc);
+      if (!parseArc(text, expected) || expected != top || *text++ != '.') return false;
+      arc -= top * 40;
+    } else if (*text++ != '.') {
+      return false;
+    }
+    if (!parseArc(text, expected) || expected != arc) return false;
+  }
+  return *text == '\0';
 }
 
 }  // namespace ASN1

@@ -63,6 +63,17 @@ TEST(ObjectIdentifier, ConvertsBetweenTextAndOctets) {
   ASN1OBJID empty;
   ASN1TObjId_traits::set(&ctxt, empty, "");
   EXPECT_EQ(0u, empty.numocts);
+
+  // Comparing with text answers as comparing the dotted form would, malformed octets never equal.
+  for (const char* octets : {"2A864886F70D01091001 04", "2A864886F70D010910", "883703", "55", "00",
+                             "2A 81FFFFFFFFFFFFFFFF7F", "2A86", "2A 8001", ""}) {
+    const CBlob content = fromHex(octets);
+    const ASN1OBJID oid{content.cbData(), content.pbData()};
+    for (const char* text : {"1.2.840.113549.1.9.16.1.4", "1.2.840.113549.1.9.16",
+                             "1.2.840.113549.1.9.16.1", "2.999.3", "2.5", "1.45", "0.0", "0.00",
+                             "1.2.18446744073709551615", "1.2.6", "1.2.", "1", ""})
+      EXPECT_EQ(oidText(octets) == text, oidEquals(oid, text)) << octets << " against " << text;
+  }
 }
 
 TEST(BigInteger, KeepsValuesOfAnySizeAndSign) {
