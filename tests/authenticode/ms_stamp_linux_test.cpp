@@ -52,7 +52,7 @@ TEST(MSStampProvider, EveryStampWithASignerHoldsOneReferenceOfItsOwn) {
 }
 
 TEST(MSStampProvider, OpensslVerifiesStampsOfP256Keys) {
-  const tsa_test::EcSigner signer;
+  const auto signer = tsa_test::ecSigner();
   CMSStamp stamp(toOctetString(blobOf("stamped with P-256")), CDateTime("20240621071205Z"));
   stamp.sign(signer.provider(), 0, signer.certificate(), sha256());
   zttsp_test::writeFile(pki().dir + "/ec-stamp.der", stamp.encode());

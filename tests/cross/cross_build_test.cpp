@@ -62,17 +62,14 @@ TEST_F(CrossBuild, WineTokensDecodeInTheLinuxBuildButFailItsContentTypeCheck) {
 }
 
 TEST_F(CrossBuild, WhatTheLinuxBuildSignsVerifiesUnderWine) {
-  peer("sign-token " + key() + " " + certificate() + " " + path("token.der"));
-  peer("sign-stamp " + key() + " " + certificate() + " " + path("stamp.der"));
-
-  const std::string token =
-      cross_test::readToken(readFile(path("token.der")), authority().certificate);
-  EXPECT_NE(std::string::npos, token.find("verified 1")) << token;
-  EXPECT_EQ(peer("read-token " + path("token.der") + " " + certificate()), token + "\n");
-  const std::string stamp =
-      cross_test::readStamp(readFile(path("stamp.der")), authority().certificate);
-  EXPECT_NE(std::string::npos, stamp.find("verified 1")) << stamp;
-  EXPECT_EQ(peer("read-stamp " + path("stamp.der") + " " + certificate()), stamp + "\n");
+  for (const std::string kind : {"token", "stamp"}) {
+    const std::string file = path(kind + ".der");
+    peer("sign-" + kind + " " + key() + " " + certificate() + " " + file);
+    const auto read = kind == "token" ? cross_test::readToken : cross_test::readStamp;
+    const std::string text = read(readFile(file), authority().certificate);
+    EXPECT_NE(std::string::npos, text.find("verified 1")) << text;
+    EXPECT_EQ(peer("read-" + kind + " " + file + " " + certificate()), text + "\n");
+  }
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include "authenticode/ms_stamp.h"
 #include "outside/ztasn1/octet_string.h"
 #include "rfc3161/token.h"
-#include "tests/support/test_signer.h"
 #include "tests/support/test_support.h"
 
 using Zanthorel::CBlob;
@@ -16,10 +15,6 @@ using Zanthorel::PKI::TSP::CToken;
 namespace cross_test {
 namespace {
 
-zttsp_test::TestSigner signerOf(const tsa_test::Authority& authority) {
-  return zttsp_test::TestSigner::importRsa(authority.key, authority.certificate);
-}
-
 std::size_t certificateCount(const Zanthorel::CBlobList* certificates) {
   return certificates != nullptr ? certificates->size() : 0;
 }
@@ -28,7 +23,7 @@ std::size_t certificateCount(const Zanthorel::CBlobList* certificates) {
 
 CBlob signedToken(const tsa_test::Authority& authority) {
   CToken token = tsa_test::tokenFor(authority, "signed in one build, read in the other");
-  const auto signer = signerOf(authority);
+  const auto signer = tsa_test::rsaSigner(authority);
   token.sign(signer.provider(), signer.keySpec(), signer.certificate(), tsa_test::sha256());
   return token.encode();
 }
@@ -39,7 +34,7 @@ CBlob signedStamp(const tsa_test::Authority& authority) {
   Zanthorel::CBlobList certificates;
   certificates.push_back(authority.certificate);
   stamp.put_certificates(&certificates);
-  const auto signer = signerOf(authority);
+  const auto signer = tsa_test::rsaSigner(authority);
   stamp.sign(signer.provider(), signer.keySpec(), signer.certificate(), tsa_test::sha256());
   return stamp.encode();
 }

@@ -15,15 +15,15 @@ unsigned long long ticks(const FILETIME& t) {
 }
 
 TEST(CertificateContext, InfoHasTheWindowsForms) {
-  const TestKeys& keys = testKeys();
+  const auto& keys = pki();
   // Issued again with serial numbers that need a sign octet, and that do not.
   const auto issued = [&keys](const std::string& name, const std::string& serial) {
     openssl("x509 -req -in " + name + ".csr -CA ca.pem -CAkey ca.key -set_serial " + serial +
             " -days 30 -extfile tsa.ext -outform DER -out issued.der");
-    return readBytes(keys.dir + "/issued.der");
+    return zttsp_test::readFile(keys.dir + "/issued.der");
   };
   CertificateHandle rsa(issued("rsa", "0x8000000000000001")), ec(issued("ec", "0x1234")),
-      ca(keys.ca.certificate);
+      ca(keys.caCertificate);
   const CERT_INFO& info = *rsa.info();
   EXPECT_EQ(2u, info.dwVersion);
   // 02 09 00 80 00 00 00 00 00 00 01, reversed with its sign octet.
@@ -58,7 +58,7 @@ TEST(CertificateContext, InfoHasTheWindowsForms) {
 }
 
 TEST(CertificateContext, BadInputFails) {
-  const Bytes certificate = testKeys().rsa.certificate;
+  const Bytes certificate = bytesOf(pki().rsa.certificate);
   const std::pair<Bytes, HRESULT> cases[] = {
       {{}, CRYPT_E_ASN1_EOD},
       {{0x30, 0x03, 0x01, 0x02, 0x03}, CRYPT_E_ASN1_CORRUPT},

@@ -17,7 +17,7 @@ Bytes tokenOf(const Bytes& response) {
 }
 
 Bytes vector(const std::string& name) {
-  return readBytes(zttsp_test::vectorPath(name));
+  return bytesOf(zttsp_test::readFile(zttsp_test::vectorPath(name)));
 }
 
 // Each certificate of the message, tried as the signer: exactly one verifies, the others are
@@ -37,16 +37,16 @@ void expectOneEmbeddedSignerVerifies(const DecodedMessage& decoded) {
 }
 
 TEST(Decoding, OpenSslCmsSignedMessagesDecodeAndVerify) {
-  const TestKeys& keys = testKeys();
+  const auto& keys = pki();
   const Bytes content = bytesOf("signed by openssl cms\n");
-  writeBytes(keys.dir + "/in.txt", content);
-  for (const TestSigner* signer : {&keys.rsa, &keys.ec}) {
+  zttsp_test::writeFile(keys.dir + "/in.txt", blobOf(content));
+  for (const Authority* signer : {&keys.rsa, &keys.ec}) {
     for (const std::string extra : {"", " -noattr", " -md sha512 -nocerts"}) {
-      SCOPED_TRACE(signer->certPath + extra);
-      openssl("cms -sign -binary -nodetach -in " + keys.dir + "/in.txt -signer " +
-              signer->certPath + " -inkey " + signer->keyPath + extra + " -outform DER -out " +
-              keys.dir + "/signed.der");
-      DecodedMessage decoded(readBytes(keys.dir + "/signed.der"));
+      SCOPED_TRACE(signer->name + ".pem" + extra);
+      openssl("cms -sign -binary -nodetach -in " + keys.dir + "/in.txt -signer " + signer->name +
+              ".pem -inkey " + signer->name + ".key" + extra + " -outform DER -out " + keys.dir +
+              "/signed.der");
+      DecodedMessage decoded(bytesOf(zttsp_test::readFile(keys.dir + "/signed.der")));
       ASSERT_TRUE(decoded.ok()) << std::hex << decoded.error();
       EXPECT_EQ(content, decoded.param(CMSG_CONTENT_PARAM));
       EXPECT_EQ(bytesOf(std::string(szOID_RSA_data) + '\0'),
@@ -55,7 +55,7 @@ TEST(Decoding, OpenSslCmsSignedMessagesDecodeAndVerify) {
       const bool certs = extra.find("nocerts") == std::string::npos;
       EXPECT_EQ(certs ? 1u : 0u, decoded.dword(CMSG_CERT_COUNT_PARAM));
       if (certs) {
-        EXPECT_EQ(signer->certificate, decoded.param(CMSG_CERT_PARAM, 0));
+        EXPECT_EQ(bytesOf(signer->certificate), decoded.param(CMSG_CERT_PARAM, 0));
       }
       DWORD size = 0;
       EXPECT_FALSE(
@@ -68,8 +68,8 @@ TEST(Decoding, OpenSslCmsSignedMessagesDecodeAndVerify) {
         EXPECT_EQ(szOID_RSA_signingTime, attributes.at(1).oid);
         EXPECT_EQ(szOID_RSA_messageDigest, attributes.at(2).oid);
       }
-      EXPECT_EQ(S_OK, decoded.verify(signer->certificate));
-      EXPECT_EQ(CRYPT_E_SIGNER_NOT_FOUND, decoded.verify(keys.ca.certificate));
+      EXPECT_EQ(S_OK, decoded.verify(bytesOf(signer->certificate)));
+      EXPECT_EQ(CRYPT_E_SIGNER_NOT_FOUND, decoded.verify(bytesOf(keys.caCertificate)));
     }
   }
 }
@@ -77,7 +77,7 @@ TEST(Decoding, OpenSslCmsSignedMessagesDecodeAndVerify) {
 // The signer's issuer and serial with the EC authority's key, then with none; a control type that
 // does not exist.
 TEST(Decoding, VerifyRefusesWhatItCannotUse) {
-  const TestKeys& keys = testKeys();
+  const auto& keys = pki();
   CertificateHandle signer(keys.rsa.certificate), other(keys.ec.certificate);
   CERT_INFO forged = *signer.info();
   forged.SubjectPublicKeyInfo = other.info()->SubjectPublicKeyInfo;
@@ -144,7 +144,7 @@ TEST(Decoding, VectorQuirksAreHandled) {
 }
 
 TEST(Decoding, MalformedInputFailsWithTheWindowsCodes) {
-  const Bytes message = signMessage(testKeys().ec, bytesOf("malformed"));
+  const Bytes message = signMessage(pki().ec, bytesOf("malformed"));
   const Bytes signedDataType = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x02};
   Bytes emptyContent = {0x30, 0x0D};
   emptyContent.insert(emptyContent.end(), signedDataType.begin(), signedDataType.end());

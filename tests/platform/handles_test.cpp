@@ -15,10 +15,10 @@ HCRYPTPROV acquire(const Bytes& key) {
 }
 
 TEST(Handles, ProvidersTakePkcs8KeysInDerOrPemAndCountReferences) {
-  const TestKeys& keys = testKeys();
+  const auto& keys = pki();
   const std::string der = keys.dir + "/rsa.p8";
-  for (const std::string& path : {keys.rsa.keyPath, der, keys.ec.keyPath}) {
-    const HCRYPTPROV provider = acquire(readBytes(path));
+  for (const std::string& path : {keys.dir + "/rsa.key", der, keys.dir + "/ec.key"}) {
+    const HCRYPTPROV provider = acquire(bytesOf(zttsp_test::readFile(path)));
     ASSERT_NE(0u, provider) << path << std::hex << GetLastError();
     EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider));
     EXPECT_TRUE(CryptContextAddRef(provider, nullptr, 0));
@@ -40,12 +40,13 @@ TEST(Handles, ProvidersTakePkcs8KeysInDerOrPemAndCountReferences) {
 }
 
 TEST(Handles, UnsupportedKeysAreRefused) {
-  const TestKeys& keys = testKeys();
+  const auto& keys = pki();
   const auto refused = [&](const std::string& generate, const std::string& convert) {
     const std::string path = keys.dir + "/refused.key";
     openssl("genpkey " + generate + " -out " + path);
     if (!convert.empty()) openssl(convert + " -in " + path + " -out " + path + ".2");
-    EXPECT_EQ(0u, acquire(readBytes(convert.empty() ? path : path + ".2"))) << generate;
+    EXPECT_EQ(0u, acquire(bytesOf(zttsp_test::readFile(convert.empty() ? path : path + ".2"))))
+        << generate;
     return GetLastError();
   };
   EXPECT_EQ(static_cast<DWORD>(NTE_BAD_KEY),
@@ -63,7 +64,7 @@ TEST(Handles, UnsupportedKeysAreRefused) {
   EXPECT_EQ(static_cast<DWORD>(E_INVALIDARG), GetLastError());
 
   openssl("genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-521 -out " + keys.dir + "/p521.key");
-  provider = acquire(readBytes(keys.dir + "/p521.key"));
+  provider = acquire(bytesOf(zttsp_test::readFile(keys.dir + "/p521.key")));
   EXPECT_NE(0u, provider);
   CryptReleaseContext(provider, 0);
 }
@@ -71,38 +72,38 @@ TEST(Handles, UnsupportedKeysAreRefused) {
 // A message holds its own reference on each signer's provider, or with
 // CMSG_CRYPT_RELEASE_CONTEXT_FLAG the caller's; it releases it when it goes.
 TEST(Handles, MessagesShareAndReleaseReferences) {
-  const TestKeys& keys = testKeys();
-  ProviderHandle provider(keys.rsa);
+  const auto& keys = pki();
+  const auto provider = signerOf(keys.rsa);
   CertificateHandle certificate(keys.rsa.certificate);
-  EncodeInfo blocks(certificate.info(), provider.get());
+  EncodeInfo blocks(certificate.info(), provider.provider());
   const CMSG_SIGNED_ENCODE_INFO& info = blocks.info;
   const DWORD encoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
   HCRYPTMSG message = CryptMsgOpenToEncode(encoding, 0, CMSG_SIGNED, &info, nullptr, nullptr);
-  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.get()));
+  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.provider()));
   HCRYPTMSG copy = CryptMsgDuplicate(message);
   EXPECT_EQ(message, copy);
   EXPECT_TRUE(CryptMsgClose(message));  // the copy keeps it alive
   EXPECT_TRUE(CryptMsgUpdate(copy, nullptr, 0, TRUE));
-  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.get()));
+  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.provider()));
   EXPECT_TRUE(CryptMsgClose(copy));
-  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.get()));
+  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.provider()));
 
-  ASSERT_TRUE(CryptContextAddRef(provider.get(), nullptr, 0));
+  ASSERT_TRUE(CryptContextAddRef(provider.provider(), nullptr, 0));
   message = CryptMsgOpenToEncode(encoding, CMSG_CRYPT_RELEASE_CONTEXT_FLAG, CMSG_SIGNED, &info,
                                  nullptr, nullptr);
-  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.get()));
+  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.provider()));
   EXPECT_TRUE(CryptMsgClose(message));
-  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.get()));
+  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.provider()));
 
-  ASSERT_TRUE(CryptContextAddRef(provider.get(), nullptr, 0));
-  message = CryptMsgOpenToDecode(encoding, CMSG_CRYPT_RELEASE_CONTEXT_FLAG, 0, provider.get(),
+  ASSERT_TRUE(CryptContextAddRef(provider.provider(), nullptr, 0));
+  message = CryptMsgOpenToDecode(encoding, CMSG_CRYPT_RELEASE_CONTEXT_FLAG, 0, provider.provider(),
                                  nullptr, nullptr);
   copy = CryptMsgDuplicate(message);
   EXPECT_TRUE(CryptMsgClose(copy));
-  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.get()));
+  EXPECT_EQ(2u, ZtGetProviderReferenceCount(provider.provider()));
   EXPECT_TRUE(CryptMsgClose(message));
-  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.get()));
+  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.provider()));
 
   EXPECT_TRUE(CryptMsgClose(nullptr));
   EXPECT_EQ(nullptr, CryptMsgDuplicate(nullptr));

@@ -1,56 +1,25 @@
 // Signing, decoding and key helpers of the platform tests, over the shared test PKI.
 #include "tests/platform/platform_fixture.h"
 
-#include <algorithm>
-#include <cstring>
+#include "outside/asn1rt/der_writer.h"
 
 namespace platform_test {
 
-using zttsp_test::run;
-
-Bytes readBytes(const std::string& path) {
-  const Zanthorel::CBlob bytes = zttsp_test::readFile(path);
-  return Bytes(bytes.pbData(), bytes.pbData() + bytes.cbData());
-}
-
-void writeBytes(const std::string& path, const Bytes& bytes) {
-  zttsp_test::writeFile(path,
-                        Zanthorel::CBlob(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+Bytes bytesOf(const Zanthorel::CBlob& blob) {
+  return Bytes(blob.pbData(), blob.pbData() + blob.cbData());
 }
 
 Bytes bytesOf(const std::string& text) {
   return Bytes(text.begin(), text.end());
 }
 
-namespace {
-
-TestSigner signerOf(const std::string& name) {
-  const std::string dir = tsa_test::pki().dir;
-  return {dir + "/" + name + ".key", dir + "/" + name + ".pem",
-          readBytes(dir + "/" + name + ".der")};
+Zanthorel::CBlob blobOf(const Bytes& bytes) {
+  return Zanthorel::CBlob(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
-}  // namespace
-
-const TestKeys& testKeys() {
-  static const TestKeys keys{tsa_test::pki().dir, signerOf("ca"), signerOf("rsa"), signerOf("ec")};
-  return keys;
-}
-
-ProviderHandle::ProviderHandle(const TestSigner& signer) {
-  const Bytes key = readBytes(signer.keyPath);
-  EXPECT_TRUE(ZtAcquireContextFromPrivateKey(&handle_, key.data(), static_cast<DWORD>(key.size())))
-      << std::hex << GetLastError();
-}
-
-ProviderHandle::~ProviderHandle() {
-  if (handle_ != 0) CryptReleaseContext(handle_, 0);
-}
-
-CertificateHandle::CertificateHandle(const Bytes& certificate)
+CertificateHandle::CertificateHandle(const Zanthorel::CBlob& certificate)
     : context_(CertCreateCertificateContext(X509_ASN_ENCODING | PKCS_7_ASN_ENCODING,
-                                            certificate.data(),
-                                            static_cast<DWORD>(certificate.size()))) {
+                                            certificate.pbData(), certificate.cbData())) {
   if (context_ == nullptr) throw ATL::CAtlException(static_cast<HRESULT>(GetLastError()));
 }
 
@@ -89,16 +58,15 @@ struct CryptAttributes {
 
 }  // namespace
 
-Bytes signMessage(const TestSigner& signer, const Bytes& content, const SignOptions& options) {
-  ProviderHandle provider(signer);
+Bytes signMessage(const Authority& signer, const Bytes& content, const SignOptions& options) {
+  const auto provider = signerOf(signer);
   CertificateHandle certificate(signer.certificate);
   CryptAttributes auth(options.authAttributes), unauth(options.unauthAttributes);
   std::vector<CERT_BLOB> certificates;
-  for (const Bytes& cert : options.certificates) {
-    certificates.push_back({static_cast<DWORD>(cert.size()), const_cast<BYTE*>(cert.data())});
-  }
+  for (const Zanthorel::CBlob& cert : options.certificates)
+    certificates.push_back({cert.cbData(), const_cast<BYTE*>(cert.pbData())});
 
-  EncodeInfo blocks(certificate.info(), provider.get());
+  EncodeInfo blocks(certificate.info(), provider.provider());
   CMSG_SIGNER_ENCODE_INFO& signerInfo = blocks.signer;
   signerInfo.HashAlgorithm.pszObjId = const_cast<LPSTR>(options.hashOid);
   signerInfo.cAuthAttr = static_cast<DWORD>(auth.attributes.size());
@@ -158,7 +126,7 @@ DWORD DecodedMessage::dword(DWORD type) const {
 }
 
 HRESULT DecodedMessage::verify(const Bytes& certificate) const {
-  CertificateHandle cert(certificate);
+  CertificateHandle cert(blobOf(certificate));
   if (CryptMsgControl(handle_, 0, CMSG_CTRL_VERIFY_SIGNATURE, cert.info())) return S_OK;
   return static_cast<HRESULT>(GetLastError());
 }
@@ -180,23 +148,22 @@ std::vector<Attribute> attributesOf(const Bytes& block) {
 
 namespace {
 
-// A short primitive element (contents below 128 octets).
-Bytes derElement(BYTE tag, const BYTE* contents, std::size_t size) {
-  Bytes der(2 + size);
-  der[0] = tag;
-  der[1] = static_cast<BYTE>(size);
-  std::copy(contents, contents + size, der.begin() + 2);
-  return der;
+Bytes derElement(ASN1TAG tag, const BYTE* contents, std::size_t size) {
+  ASN1CTXT context;
+  DerWriter out(&context);
+  out.putElement(tag, contents, size);
+  EXPECT_TRUE(out.ok());
+  return Bytes(out.data(), out.data() + out.size());
 }
 
 }  // namespace
 
 Bytes derUtcTime(const std::string& text) {
-  return derElement(0x17, reinterpret_cast<const BYTE*>(text.data()), text.size());
+  return derElement(kTagUTCTime, reinterpret_cast<const BYTE*>(text.data()), text.size());
 }
 
 Bytes derOctetString(const Bytes& octets) {
-  return derElement(0x04, octets.data(), octets.size());
+  return derElement(kTagOctetString, octets.data(), octets.size());
 }
 
 }  // namespace platform_test

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/wincrypt.h"
+#include "tests/support/test_signer.h"
 #include "tests/support/test_support.h"
 #include "tests/support/tsa_fixture.h"
 
@@ -12,39 +13,22 @@ namespace platform_test {
 
 using Bytes = std::vector<BYTE>;
 
-// A signer of the shared test PKI (tests/support/tsa_fixture.h): PKCS #8 key, certificate.
-struct TestSigner {
-  std::string keyPath;
-  std::string certPath;  // PEM
-  Bytes certificate;     // DER
-};
+using tsa_test::Authority;
+using tsa_test::pki;
 
-// The CA, its RSA-2048 and P-256 time-stamping authorities, and the PKI's folder.
-struct TestKeys {
-  std::string dir;
-  TestSigner ca, rsa, ec;
-};
-const TestKeys& testKeys();
+// The authority's key in a provider of its own.
+inline zttsp_test::TestSigner signerOf(const Authority& authority) {
+  return zttsp_test::TestSigner::importKey(authority.key, authority.certificate);
+}
 
-Bytes readBytes(const std::string& path);
-void writeBytes(const std::string& path, const Bytes& bytes);
+Bytes bytesOf(const Zanthorel::CBlob& blob);
 Bytes bytesOf(const std::string& text);
-
-// A provider holding the signer's key; released by the destructor.
-class ProviderHandle {
- public:
-  explicit ProviderHandle(const TestSigner& signer);
-  ~ProviderHandle();
-  HCRYPTPROV get() const { return handle_; }
-
- private:
-  HCRYPTPROV handle_ = 0;
-};
+Zanthorel::CBlob blobOf(const Bytes& bytes);
 
 // A certificate context; freed by the destructor.
 class CertificateHandle {
  public:
-  explicit CertificateHandle(const Bytes& certificate);
+  explicit CertificateHandle(const Zanthorel::CBlob& certificate);
   ~CertificateHandle();
   const CERT_INFO* info() const { return context_->pCertInfo; }
   PCCERT_CONTEXT get() const { return context_; }
@@ -75,11 +59,11 @@ struct SignOptions {
   const char* hashOid = szOID_NIST_sha256;
   std::vector<Attribute> authAttributes;
   std::vector<Attribute> unauthAttributes;
-  std::vector<Bytes> certificates;
+  std::vector<Zanthorel::CBlob> certificates;
 };
 
 // Signs `content` through CryptMsgOpenToEncode / CryptMsgUpdate / CMSG_CONTENT_PARAM.
-Bytes signMessage(const TestSigner& signer, const Bytes& content, const SignOptions& options = {});
+Bytes signMessage(const Authority& signer, const Bytes& content, const SignOptions& options = {});
 
 // A message decoded with CryptMsgOpenToDecode (type 0) and one final CryptMsgUpdate; `ok` tells
 // whether the update succeeded, `error` holds the last error otherwise.

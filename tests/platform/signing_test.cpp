@@ -20,12 +20,12 @@ Bytes sha256(const Bytes& bytes) {
 }
 
 // openssl cms -verify of `message` with the signer's certificate; gives back the content.
-Bytes opensslVerify(const Bytes& message, const TestSigner& signer) {
-  const std::string dir = testKeys().dir;
-  writeBytes(dir + "/message.der", message);
+Bytes opensslVerify(const Bytes& message, const Authority& signer) {
+  const std::string dir = pki().dir;
+  zttsp_test::writeFile(dir + "/message.der", blobOf(message));
   openssl("cms -verify -binary -noverify -inform DER -in " + dir + "/message.der -certfile " +
-          signer.certPath + " -out " + dir + "/content.out");
-  return readBytes(dir + "/content.out");
+          signer.name + ".pem -out " + dir + "/content.out");
+  return bytesOf(zttsp_test::readFile(dir + "/content.out"));
 }
 
 std::string dotted(const ASN1OBJID& oid) {
@@ -40,15 +40,15 @@ const char* const kHashes[] = {szOID_NIST_sha256, szOID_OIWSEC_sha1, szOID_NIST_
                                szOID_OIWSEC_sha1, szOID_NIST_sha256};
 
 TEST(Signing, OpenSslVerifiesEveryDigestModeAttributeAndCertificateChoice) {
-  const TestKeys& keys = testKeys();
+  const auto& keys = pki();
   const Bytes data = bytesOf("content to be stamped, 100 bytes or so: the quick brown fox jumps");
   const Bytes tstInfo = {0x30, 0x06, 0x02, 0x01, 0x01, 0x06, 0x01, 0x2A};
-  for (const TestSigner* signer : {&keys.rsa, &keys.ec}) {
+  for (const Authority* signer : {&keys.rsa, &keys.ec}) {
     for (bool cms : {false, true}) {
       for (bool attributes : {false, true}) {
         for (bool certificates : {false, true}) {
-          SCOPED_TRACE(signer->certPath + (cms ? " cms" : " pkcs7") + (attributes ? " attrs" : "") +
-                       (certificates ? " certs" : ""));
+          SCOPED_TRACE(signer->name + ".pem" + (cms ? " cms" : " pkcs7") +
+                       (attributes ? " attrs" : "") + (certificates ? " certs" : ""));
           SignOptions options;
           options.hashOid = kHashes[(cms ? 4 : 0) + (attributes ? 2 : 0) + (certificates ? 1 : 0)];
           options.cms = cms;
@@ -56,7 +56,7 @@ TEST(Signing, OpenSslVerifiesEveryDigestModeAttributeAndCertificateChoice) {
           if (attributes) {
             options.authAttributes = {{szOID_RSA_signingTime, {derUtcTime("240621071205Z")}}};
           }
-          if (certificates) options.certificates = {signer->certificate, keys.ca.certificate};
+          if (certificates) options.certificates = {signer->certificate, keys.caCertificate};
           const Bytes& content = cms ? tstInfo : data;
           const Bytes message = signMessage(*signer, content, options);
           EXPECT_EQ(content, opensslVerify(message, *signer));
@@ -66,10 +66,10 @@ TEST(Signing, OpenSslVerifiesEveryDigestModeAttributeAndCertificateChoice) {
           EXPECT_EQ(cms ? 3u : 1u, decoded.dword(CMSG_VERSION_PARAM));
           EXPECT_EQ(certificates ? 2u : 0u, decoded.dword(CMSG_CERT_COUNT_PARAM));
           if (certificates) {
-            EXPECT_EQ(signer->certificate, decoded.param(CMSG_CERT_PARAM, 0));
+            EXPECT_EQ(bytesOf(signer->certificate), decoded.param(CMSG_CERT_PARAM, 0));
           }
           EXPECT_EQ(cms ? derOctetString(content) : content, decoded.param(CMSG_CONTENT_PARAM));
-          EXPECT_EQ(S_OK, decoded.verify(signer->certificate));
+          EXPECT_EQ(S_OK, decoded.verify(bytesOf(signer->certificate)));
 
           // The SignerInfo as Windows writes it: version 1, SHA-256 with NULL parameters,
           // rsaEncryption + NULL or ecdsa-with-SHA256 without parameters.
@@ -111,10 +111,10 @@ TEST(Signing, SignedAttributesAreComputedAndSorted) {
   };
   options.unauthAttributes = {{"1.3.6.1.4.1.311.3.3.1", {{0x05, 0x00}}},
                               {"1.2.3.4", {{0x02, 0x01, 0x07}, {0x02, 0x01, 0x01}}}};
-  const Bytes message = signMessage(testKeys().rsa, content, options);
+  const Bytes message = signMessage(pki().rsa, content, options);
   DecodedMessage decoded(message);
   ASSERT_TRUE(decoded.ok());
-  EXPECT_EQ(S_OK, decoded.verify(testKeys().rsa.certificate));
+  EXPECT_EQ(S_OK, decoded.verify(bytesOf(pki().rsa.certificate)));
 
   const Bytes block = decoded.param(CMSG_SIGNER_AUTH_ATTR_PARAM);
   const std::vector<Attribute> signedAttributes = attributesOf(block);
@@ -149,7 +149,7 @@ TEST(Signing, SignedAttributesAreComputedAndSorted) {
   EXPECT_EQ("1.3.6.1.4.1.311.3.3.1", unsignedAttributes[0].oid);
   EXPECT_EQ("1.2.3.4", unsignedAttributes[1].oid);
   EXPECT_EQ(2u, unsignedAttributes[1].values.size());
-  EXPECT_EQ(content, opensslVerify(message, testKeys().rsa));
+  EXPECT_EQ(content, opensslVerify(message, pki().rsa));
 }
 
 HCRYPTMSG openToEncode(DWORD encoding, DWORD flags, DWORD type, const void* info) {
@@ -157,9 +157,9 @@ HCRYPTMSG openToEncode(DWORD encoding, DWORD flags, DWORD type, const void* info
 }
 
 TEST(Signing, OpenRefusesWhatItCannotSign) {
-  ProviderHandle provider(testKeys().rsa);
-  CertificateHandle certificate(testKeys().rsa.certificate);
-  EncodeInfo blocks(certificate.info(), provider.get());
+  const auto provider = signerOf(pki().rsa);
+  CertificateHandle certificate(pki().rsa.certificate);
+  EncodeInfo blocks(certificate.info(), provider.provider());
   CMSG_SIGNER_ENCODE_INFO& signer = blocks.signer;
   CMSG_SIGNED_ENCODE_INFO& info = blocks.info;
   const DWORD encoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
@@ -179,13 +179,13 @@ TEST(Signing, OpenRefusesWhatItCannotSign) {
   signer.HashAlgorithm.pszObjId = const_cast<LPSTR>(szOID_NIST_sha256);
   signer.hCryptProv = 0;
   expectRefused(static_cast<DWORD>(E_INVALIDARG), encoding, CMSG_SIGNED);
-  signer.hCryptProv = provider.get();
+  signer.hCryptProv = provider.provider();
   CERT_INFO noIssuer = *certificate.info();
   noIssuer.Issuer = {};
   signer.pCertInfo = &noIssuer;
   expectRefused(static_cast<DWORD>(E_INVALIDARG), encoding, CMSG_SIGNED);
   signer.pCertInfo = const_cast<PCERT_INFO>(certificate.info());
-  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.get()));  // no failed open kept one
+  EXPECT_EQ(1u, ZtGetProviderReferenceCount(provider.provider()));  // no failed open kept one
 
   // A key specification the provider does not serve fails at the final update; the message is
   // then done with.
@@ -219,13 +219,13 @@ TEST(Signing, OpenRefusesWhatItCannotSign) {
   CryptMsgClose(message);
   DecodedMessage decoded(encoded);
   EXPECT_EQ(content, decoded.param(CMSG_CONTENT_PARAM));
-  EXPECT_EQ(S_OK, decoded.verify(testKeys().rsa.certificate));
+  EXPECT_EQ(S_OK, decoded.verify(bytesOf(pki().rsa.certificate)));
 }
 
 // NULL buffer: the size; large buffer: the size written; a DWORD output too small: ERROR_MORE_DATA
 // and the size. (A short byte buffer is a row of the hostile catalogue.)
 TEST(Signing, GetParamFollowsTheLengthQueryConvention) {
-  DecodedMessage decoded(signMessage(testKeys().ec, bytesOf("length query")));
+  DecodedMessage decoded(signMessage(pki().ec, bytesOf("length query")));
   DWORD size = 12345;
   ASSERT_TRUE(CryptMsgGetParam(decoded.handle(), CMSG_CONTENT_PARAM, 0, nullptr, &size));
   EXPECT_EQ(12u, size);

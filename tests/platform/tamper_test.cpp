@@ -19,18 +19,18 @@ std::size_t find(const Bytes& haystack, const Bytes& needle) {
 // changed attribute on the signature; elsewhere a message that still verifies carries the
 // original content and signed attributes.
 TEST(Tampering, NoSingleBitFlipOfProtectedOctetsVerifies) {
-  const TestKeys& keys = testKeys();
+  const auto& keys = pki();
   const Bytes content = bytesOf("bit flips");
   SignOptions options;
   options.cms = true;
   options.innerType = "1.2.840.113549.1.9.16.1.4";
   options.authAttributes = {{szOID_RSA_signingTime, {derUtcTime("240621071205Z")}}};
   options.unauthAttributes = {{"1.2.3.4", {{0x05, 0x00}}}};
-  options.certificates = {keys.ca.certificate};
+  options.certificates = {keys.caCertificate};
   const Bytes message = signMessage(keys.ec, content, options);
 
   DecodedMessage original(message);
-  ASSERT_EQ(S_OK, original.verify(keys.ec.certificate));
+  ASSERT_EQ(S_OK, original.verify(bytesOf(keys.ec.certificate)));
   const Bytes originalContent = original.param(CMSG_CONTENT_PARAM);
   const Bytes originalAttributes = original.param(CMSG_SIGNER_AUTH_ATTR_PARAM);
   const Bytes signer = original.param(CMSG_ENCODED_SIGNER);

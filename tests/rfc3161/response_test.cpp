@@ -92,7 +92,7 @@ TEST(Response, CarriesAStampFromRequestToVerifiedToken) {
 // (docs/wine-differences.md).
 TEST(Response, OpensslVerifiesOurResponsesOfRsaAndEcAuthorities) {
   const auto rsa = tsa_test::rsaSigner();
-  const tsa_test::EcSigner ec;
+  const auto ec = tsa_test::ecSigner();
   const CBlob requestDer = clientRequest().encode();
   zttsp_test::writeFile(pki().dir + "/ours.tsq", requestDer);
   zttsp_test::writeFile(pki().dir + "/rsa.tsr",

@@ -80,7 +80,7 @@ void expectSignerIs(const std::string& name, const char* digestOid, const CSigne
 // (docs/wine-differences.md); the Windows build checks that form below.
 TEST(TokenSigning, OpensslVerifiesTokensOfRsaAndP256Authorities) {
   const auto rsa = tsa_test::rsaSigner();
-  const tsa_test::EcSigner ec;
+  const auto ec = tsa_test::ecSigner();
   const struct {
     const tsa_test::Authority& authority;
     HCRYPTPROV provider;

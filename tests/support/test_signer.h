@@ -20,11 +20,12 @@ class TestSigner {
   // signing with keys that openssl made.
   static TestSigner importRsa(const Zanthorel::CBlob& privateKey,
                               const Zanthorel::CBlob& certificate);
+  // Linux build only: any PKCS #8 key that the platform layer takes, RSA or P-256.
+  static TestSigner importKey(const Zanthorel::CBlob& privateKey,
+                              const Zanthorel::CBlob& certificate);
 
-  TestSigner(TestSigner&& other) noexcept;
   TestSigner(const TestSigner&) = delete;
   TestSigner& operator=(const TestSigner&) = delete;
-  TestSigner& operator=(TestSigner&&) = delete;
   // Releases the provider's reference; what the signing calls added is theirs to release.
   ~TestSigner();
 

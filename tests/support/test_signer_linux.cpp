@@ -8,6 +8,11 @@ namespace zttsp_test {
 
 TestSigner TestSigner::importRsa(const Zanthorel::CBlob& privateKey,
                                  const Zanthorel::CBlob& certificate) {
+  return importKey(privateKey, certificate);
+}
+
+TestSigner TestSigner::importKey(const Zanthorel::CBlob& privateKey,
+                                 const Zanthorel::CBlob& certificate) {
   HCRYPTPROV provider = 0;
   if (!ZtAcquireContextFromPrivateKey(&provider, privateKey.pbData(), privateKey.cbData()))
     throw std::runtime_error("ZtAcquireContextFromPrivateKey failed: " +

@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 #include "outside/asn1rt/ber_reader.h"
 #include "tests/support/test_signer.h"
@@ -16,27 +15,6 @@ void check(bool ok, const char* what) {
   std::snprintf(message, sizeof message, "%s failed: 0x%08lX", what, GetLastError());
   throw std::runtime_error(message);
 }
-
-// A key container of its own that lives in memory only, released unless handed on.
-class OwnProvider {
- public:
-  OwnProvider() {
-    check(CryptAcquireContextW(&handle_, nullptr, MS_ENH_RSA_AES_PROV_W, PROV_RSA_AES,
-                               CRYPT_VERIFYCONTEXT),
-          "CryptAcquireContext");
-  }
-  ~OwnProvider() {
-    if (handle_ != 0) CryptReleaseContext(handle_, 0);
-  }
-  OwnProvider(const OwnProvider&) = delete;
-  OwnProvider& operator=(const OwnProvider&) = delete;
-
-  HCRYPTPROV get() const { return handle_; }
-  HCRYPTPROV release() { return std::exchange(handle_, 0); }
-
- private:
-  HCRYPTPROV handle_ = 0;
-};
 
 // The RSAPrivateKey inside a PKCS #8 PrivateKeyInfo, which CRYPT32 cannot decode itself (Wine
 // has no decoder for PKCS_PRIVATE_KEY_INFO).
@@ -63,16 +41,22 @@ TestSigner TestSigner::importRsa(const Zanthorel::CBlob& privateKey,
                             rsaKey.pbData(), rsaKey.cbData(), CRYPT_DECODE_ALLOC_FLAG, nullptr,
                             &keyBlob, &keyBlobSize),
         "CryptDecodeObjectEx");
-  // A signature key, so that it is the provider's AT_SIGNATURE key.
+  // A signature key, so that it is the provider's AT_SIGNATURE key, in a key container of its own
+  // that lives in memory only.
   reinterpret_cast<BLOBHEADER*>(keyBlob)->aiKeyAlg = CALG_RSA_SIGN;
-  OwnProvider provider;
+  HCRYPTPROV provider = 0;
   HCRYPTKEY key = 0;
-  const BOOL imported = CryptImportKey(provider.get(), keyBlob, keyBlobSize, 0, 0, &key);
+  const bool imported = CryptAcquireContextW(&provider, nullptr, MS_ENH_RSA_AES_PROV_W,
+                                             PROV_RSA_AES, CRYPT_VERIFYCONTEXT) &&
+                        CryptImportKey(provider, keyBlob, keyBlobSize, 0, 0, &key);
+  const DWORD error = GetLastError();
   SecureZeroMemory(keyBlob, keyBlobSize);
   LocalFree(keyBlob);
-  check(imported, "CryptImportKey");
+  if (!imported && provider != 0) CryptReleaseContext(provider, 0);
+  SetLastError(error);
+  check(imported, "CryptAcquireContext or CryptImportKey");
   CryptDestroyKey(key);
-  return TestSigner(provider.release(), certificate);
+  return TestSigner(provider, certificate);
 }
 
 }  // namespace zttsp_test

@@ -78,6 +78,12 @@ Zanthorel::CBlob blobOf(const std::string& bytes) {
   return Zanthorel::CBlob(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
+std::string runIn(const std::string& directory, const std::string& command) {
+  const auto result = run("cd '" + directory + "' && " + command);
+  EXPECT_EQ(0, result.status) << command << "\n" << result.output;
+  return result.output;
+}
+
 TempDir::TempDir() {
   // /tmp also in the Windows build, where Wine's drive Z: maps it: host commands see it too.
   std::random_device entropy;

@@ -34,6 +34,8 @@ struct CommandResult {
 // serve both builds. Paths from vectorPath, dataPath and TempDir are absolute Unix paths, which
 // both the command and the test program (through Wine's drive Z:) understand.
 CommandResult run(const std::string& command);
+// `command` run in `directory`; fails the test unless it exits 0. Its output.
+std::string runIn(const std::string& directory, const std::string& command);
 
 // A fresh directory under /tmp, removed with everything in it when the object goes.
 class TempDir {

@@ -20,6 +20,7 @@ using Zanthorel::PKI::TSP::CAccuracy;
 using Zanthorel::PKI::TSP::CToken;
 using zttsp_test::fromHex;
 using zttsp_test::readFile;
+using zttsp_test::runIn;
 using zttsp_test::TempDir;
 using zttsp_test::toHex;
 
@@ -40,21 +41,15 @@ const char kTsaConfig[] =
     "tsa_name = yes\n"
     "ess_cert_id_alg = sha256\n";
 
-std::string run(const std::string& directory, const std::string& command) {
-  const auto result = zttsp_test::run("cd '" + directory + "' && " + command);
-  if (result.status != 0) throw std::runtime_error(command + " failed: " + result.output);
-  return result.output;
-}
-
 Authority makeAuthority(const std::string& dir, const std::string& name,
                         const std::string& keyOptions) {
-  run(dir, "openssl req -new -newkey " + keyOptions +
-               " -nodes -subj '/O=Zanthorel Test/CN=" + name + " TSA' -keyout " + name +
-               ".key -out " + name + ".csr && openssl x509 -req -in " + name +
-               ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 -extfile tsa.ext -out " +
-               name + ".pem && openssl x509 -in " + name + ".pem -outform DER -out " + name +
-               ".der && openssl pkcs8 -topk8 -nocrypt -in " + name + ".key -outform DER -out " +
-               name + ".p8");
+  runIn(dir, "openssl req -new -newkey " + keyOptions +
+                 " -nodes -subj '/O=Zanthorel Test/CN=" + name + " TSA' -keyout " + name +
+                 ".key -out " + name + ".csr && openssl x509 -req -in " + name +
+                 ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 2 -extfile tsa.ext -out " +
+                 name + ".pem && openssl x509 -in " + name + ".pem -outform DER -out " + name +
+                 ".der && openssl pkcs8 -topk8 -nocrypt -in " + name + ".key -outform DER -out " +
+                 name + ".p8");
   return {name, readFile(dir + "/" + name + ".p8"), readFile(dir + "/" + name + ".der")};
 }
 
@@ -68,9 +63,9 @@ struct MadePki {
     zttsp_test::writeText(dir + "/tsa.ext", "extendedKeyUsage = critical,timeStamping\n");
     zttsp_test::writeText(dir + "/tsa.cnf", kTsaConfig);
     zttsp_test::writeText(dir + "/serial.txt", "0A1B2C3D\n");
-    run(dir,
-        "openssl req -x509 -newkey rsa:2048 -nodes -subj '/O=Zanthorel Test/CN=Test CA' -days 2 "
-        "-keyout ca.key -out ca.pem && openssl x509 -in ca.pem -outform DER -out ca.der");
+    runIn(dir,
+          "openssl req -x509 -newkey rsa:2048 -nodes -subj '/O=Zanthorel Test/CN=Test CA' -days 2 "
+          "-keyout ca.key -out ca.pem && openssl x509 -in ca.pem -outform DER -out ca.der");
     pki.caCertificate = readFile(dir + "/ca.der");
     pki.rsa = makeAuthority(dir, "rsa", "rsa:2048");
     pki.ec = makeAuthority(dir, "ec", "ec -pkeyopt ec_paramgen_curve:P-256");
@@ -87,9 +82,7 @@ const Pki& pki() {
 }
 
 std::string shell(const std::string& command) {
-  const auto result = zttsp_test::run("cd '" + pki().dir + "' && " + command);
-  EXPECT_EQ(0, result.status) << command << "\n" << result.output;
-  return result.output;
+  return runIn(pki().dir, command);
 }
 
 const CAlgorithmIdentifierEx& sha256() {
@@ -100,7 +93,7 @@ const CAlgorithmIdentifierEx& sha256() {
 CBlob sha256Of(const CBlob& bytes) {
   const TempDir dir;
   zttsp_test::writeFile(dir.path("data"), bytes);
-  const std::string output = run(dir.path(), "openssl dgst -sha256 -r data");
+  const std::string output = runIn(dir.path(), "openssl dgst -sha256 -r data");
   return fromHex(output.substr(0, 64));
 }
 
@@ -112,6 +105,8 @@ CAttribute essSigningCertificateV2(const CBlob& certificate) {
   return attribute;
 }
 
+namespace {
+
 CGeneralName nameOf(const CBlob& certificate) {
   const PCCERT_CONTEXT context = CertCreateCertificateContext(
       X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, certificate.pbData(), certificate.cbData());
@@ -120,6 +115,8 @@ CGeneralName nameOf(const CBlob& certificate) {
   CertFreeCertificateContext(context);
   return CGeneralName::fromDirectoryName(subject);
 }
+
+}  // namespace
 
 CToken tokenFor(const Authority& authority, const std::string& data) {
   CToken token(Pki::kPolicy, sha256(), sha256Of(zttsp_test::blobOf(data)),
@@ -171,14 +168,6 @@ TokenLayout layoutOf(const CBlob& token) {
   return layout;
 }
 
-CBlobList certificatesIn(const std::string& pemVector) {
-  // A SignedData without signers carries them, in order, for the codec to read.
-  const TempDir dir;
-  run(dir.path(), "openssl crl2pkcs7 -nocrl -certfile '" + zttsp_test::vectorPath(pemVector) +
-                      "' -outform DER -out chain.p7");
-  return layoutOf(readFile(dir.path("chain.p7"))).certificates;
-}
-
 HRESULT certificateError(const CBlob& bytes) {
   SetLastError(0);
   const PCCERT_CONTEXT context = CertCreateCertificateContext(
@@ -203,14 +192,8 @@ zttsp_test::TestSigner rsaSigner(const Authority& authority) {
 }
 
 #ifndef _WIN32
-EcSigner::EcSigner() {
-  const CBlob& key = pki().ec.key;
-  if (!ZtAcquireContextFromPrivateKey(&provider_, key.pbData(), key.cbData()))
-    throw std::runtime_error("ZtAcquireContextFromPrivateKey failed");
-}
-
-EcSigner::~EcSigner() {
-  CryptReleaseContext(provider_, 0);
+zttsp_test::TestSigner ecSigner() {
+  return zttsp_test::TestSigner::importKey(pki().ec.key, pki().ec.certificate);
 }
 #endif
 

@@ -43,11 +43,8 @@ Zanthorel::CBlob sha256Of(const Zanthorel::CBlob& bytes);
 // `openssl ts -verify` asks of a token's signer.
 Zanthorel::ASN1::CAttribute essSigningCertificateV2(const Zanthorel::CBlob& certificate);
 
-// The subject of `certificate` as a directoryName: the authority's name in its tokens, which
-// `openssl ts -verify` compares with the signer's.
-Zanthorel::ASN1::CGeneralName nameOf(const Zanthorel::CBlob& certificate);
-
-// An unsigned token over the SHA-256 of `data`, with nonce, accuracy and the authority's name, the
+// An unsigned token over the SHA-256 of `data`, with nonce, accuracy and the authority's name (its
+// certificate's subject, which `openssl ts -verify` compares with the signer's), the
 // ESS attribute for `authority` and its certificate in the certificate list.
 Zanthorel::PKI::TSP::CToken tokenFor(const Authority& authority, const std::string& data);
 
@@ -69,9 +66,6 @@ struct TokenLayout {
 // only its content and certificates.
 TokenLayout layoutOf(const Zanthorel::CBlob& token);
 
-// The certificates of a PEM file among the vectors, as DER, in file order.
-Zanthorel::CBlobList certificatesIn(const std::string& pemVector);
-
 // The error that CertCreateCertificateContext leaves for `bytes`, which are no certificate.
 HRESULT certificateError(const Zanthorel::CBlob& bytes);
 
@@ -86,18 +80,7 @@ zttsp_test::TestSigner rsaSigner(const Authority& authority = pki().rsa);
 #ifndef _WIN32
 // The P-256 authority's key in a provider: the Linux platform layer's own import, which the
 // Windows build has no counterpart of.
-class EcSigner {
- public:
-  EcSigner();
-  ~EcSigner();
-  EcSigner(const EcSigner&) = delete;
-  EcSigner& operator=(const EcSigner&) = delete;
-  HCRYPTPROV provider() const { return provider_; }
-  const Zanthorel::CBlob& certificate() const { return pki().ec.certificate; }
-
- private:
-  HCRYPTPROV provider_ = 0;
-};
+zttsp_test::TestSigner ecSigner();
 #endif
 
 }  // namespace tsa_test

@@ -13,17 +13,17 @@ const BYTE* baseOf(HMODULE module) {
   return reinterpret_cast<const BYTE*>(module);
 }
 
-const IMAGE_DATA_DIRECTORY& directory(HMODULE module, int entry) {
+}  // namespace
+
+const IMAGE_DATA_DIRECTORY& dataDirectoryOf(HMODULE module, int entry) {
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(baseOf(module));
   const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(baseOf(module) + dos->e_lfanew);
   return nt->OptionalHeader.DataDirectory[entry];
 }
 
-}  // namespace
-
 ExportTable exportTableOf(HMODULE module) {
   ExportTable table;
-  const auto& entry = directory(module, IMAGE_DIRECTORY_ENTRY_EXPORT);
+  const auto& entry = dataDirectoryOf(module, IMAGE_DIRECTORY_ENTRY_EXPORT);
   if (entry.Size == 0) return table;
   const auto* exports =
       reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(baseOf(module) + entry.VirtualAddress);
@@ -36,7 +36,7 @@ ExportTable exportTableOf(HMODULE module) {
 
 std::vector<std::string> importedModulesOf(HMODULE module) {
   std::vector<std::string> modules;
-  const auto& entry = directory(module, IMAGE_DIRECTORY_ENTRY_IMPORT);
+  const auto& entry = dataDirectoryOf(module, IMAGE_DIRECTORY_ENTRY_IMPORT);
   if (entry.Size == 0) return modules;
   for (const auto* import =
            reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(baseOf(module) + entry.VirtualAddress);

@@ -10,6 +10,7 @@
 
 #include "rfc3161/request.h"
 #include "tests/support/test_support.h"
+#include "tests/windows/export_table.h"
 
 namespace {
 
@@ -35,20 +36,13 @@ ULONG loaderFlagsOf(HMODULE module) {
   return 0;
 }
 
-bool hasTlsDirectory(HMODULE module) {
-  const auto* base = reinterpret_cast<const BYTE*>(module);
-  const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(
-      base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
-  return nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_TLS].Size != 0;
-}
-
 // What DisableThreadLibraryCalls sets when it succeeds (LDRP_DONT_CALL_FOR_THREADS).
 constexpr ULONG kNoThreadCalls = 0x00040000;
 
 TEST(LibraryEntry, ThreadNotificationsStayOnBecauseOfTheRuntimesTls) {
   const HMODULE zttsp = GetModuleHandleA("zttsp.dll");
   ASSERT_NE(nullptr, zttsp);
-  EXPECT_TRUE(hasTlsDirectory(zttsp));
+  EXPECT_NE(0u, zttsp_test::dataDirectoryOf(zttsp, IMAGE_DIRECTORY_ENTRY_TLS).Size);
   EXPECT_EQ(0u, loaderFlagsOf(zttsp) & kNoThreadCalls);
 
   // The notifications that do come are answered with success: threads start and end with the
