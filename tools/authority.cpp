@@ -10,6 +10,7 @@
 namespace Zanthorel {
 namespace Tools {
 
+const char* const kAuthenticodeRequestOid = "1.3.6.1.4.1.311.3.2.1";
 const char* const kDefaultPolicy = "2.999.1";
 
 namespace {
@@ -20,9 +21,6 @@ using PKI::TSP::CMSStamp;
 using PKI::TSP::CRequest;
 using PKI::TSP::CResponse;
 using PKI::TSP::CToken;
-
-const char kAuthenticodeRequestOid[] = "1.3.6.1.4.1.311.3.2.1";
-const char kDataOid[] = "1.2.840.113549.1.7.1";
 
 CResponse rejection(std::uint32_t failInfo, const std::string& text) {
   CPKIStatusInfo status(ASN1::rejection);
@@ -135,7 +133,7 @@ CBlob TimeStampAuthority::stamp(const CMSRequest& request) const {
   const ASN1::CContentInfo& content = request.get_contentInfo();
   // The OCTET STRING holding the signature, in either BER form.
   const CBlob& octets = content.get_content();
-  if (std::strcmp(content.get_contentType(), kDataOid) != 0 || octets.empty() ||
+  if (std::strcmp(content.get_contentType(), szOID_RSA_data) != 0 || octets.empty() ||
       (octets.pbData()[0] != 0x04 && octets.pbData()[0] != 0x24))
     throw RequestRefused("the request's content is no PKCS #7 data");
   // The signing time is in whole seconds, as the message carries it.

@@ -16,6 +16,9 @@
 namespace Zanthorel {
 namespace Tools {
 
+// The type of an Authenticode time-stamp request (Windows' SPC_TIME_STAMP_REQUEST_OBJID).
+extern const char* const kAuthenticodeRequestOid;
+
 // The example arc of X.660: a placeholder until -policy names the authority's own policy.
 extern const char* const kDefaultPolicy;
 

@@ -2,11 +2,13 @@
 
 #include "authenticode/ms_request.h"
 #include "authenticode/ms_stamp.h"
+#include "frame/win32.h"
 #include "outside/asn1rt/ber_reader.h"
 #include "outside/ztasn1/object_identifier.h"
 #include "outside/ztasn1/octet_string.h"
 #include "rfc3161/request.h"
 #include "rfc3161/response.h"
+#include "tools/authority.h"
 #include "tools/certificate.h"
 #include "tools/ess.h"
 #include "tools/report_values.h"
@@ -19,12 +21,6 @@ namespace {
 using ASN1::CAttribute;
 using ASN1::CAttributes;
 using ASN1::CGeneralName;
-
-const char kSignedDataOid[] = "1.2.840.113549.1.7.2";
-const char kDataOid[] = "1.2.840.113549.1.7.1";
-const char kAuthenticodeRequestOid[] = "1.3.6.1.4.1.311.3.2.1";
-const char kContentTypeOid[] = "1.2.840.113549.1.9.3";
-const char kMessageDigestOid[] = "1.2.840.113549.1.9.4";
 
 std::string bigInteger(const ASN1::CBigInteger& value) {
   return value.toString().c_str();
@@ -141,8 +137,8 @@ void addAttributeValue(Report& values, const std::string& type, const CBlob& val
   } catch (const ATL::CAtlException&) {
     return values.append(hexText(value));  // no time: the bytes as they are
   }
-  if (type == kMessageDigestOid) return values.append(octetsText(value));
-  if (type == kContentTypeOid) return values.append(objectIdentifierValue(value));
+  if (type == szOID_RSA_messageDigest) return values.append(octetsText(value));
+  if (type == szOID_RSA_contentType) return values.append(objectIdentifierValue(value));
   if (type == kSigningCertificateOid || type == kSigningCertificateV2Oid)
     values.appendObject() = essReport(value, type == kSigningCertificateV2Oid);
   else
@@ -295,7 +291,7 @@ Report signedDataReport(const CBlob& der) {
     }
     // An Authenticode signature, for one, decodes as well, but signs no data.
     const std::string content = signedContentType(der);
-    if (content != kDataOid)
+    if (content != szOID_RSA_data)
       throw ToolError("not a time-stamp message: a PKCS #7 SignedData whose content is " +
                       (content.empty() ? std::string("unreadable") : oidText(content)) +
                       ", not data");
@@ -334,7 +330,7 @@ Report reportMessage(const CBlob& der) {
   std::string oid;
   if (first != kTagObjectId || !message.readObjId(type) || !ASN1::oid2str(oid, &type))
     throw ToolError("not a time-stamp message");
-  if (oid == kSignedDataOid) return signedDataReport(der);
+  if (oid == szOID_RSA_signedData) return signedDataReport(der);
   if (oid == kAuthenticodeRequestOid) {
     PKI::TSP::CMSRequest request;
     try {

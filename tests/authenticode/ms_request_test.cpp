@@ -5,6 +5,7 @@
 #include <string>
 
 #include "authenticode/ms_request.h"
+#include "frame/win32.h"
 #include "outside/ztasn1/octet_string.h"
 #include "tests/support/test_support.h"
 
@@ -25,7 +26,6 @@ using zttsp_test::vectorPath;
 namespace {
 
 const char kCountersignature[] = "1.3.6.1.4.1.311.3.2.1";
-const char kData[] = "1.2.840.113549.1.7.1";
 
 CMSRequest decoded(const CBlob& bytes) {
   CMSRequest request;
@@ -55,7 +55,7 @@ TEST(MSRequest, DecodesTheRequestsOfOtherImplementationsAndWritesThemBack) {
     const CMSRequest request = decoded(bytes);
     EXPECT_STREQ(kCountersignature, request.get_timeStampAlgorithm());
     EXPECT_EQ(nullptr, request.get_attributes());
-    EXPECT_STREQ(kData, request.get_contentInfo().get_contentType());
+    EXPECT_STREQ(szOID_RSA_data, request.get_contentInfo().get_contentType());
     EXPECT_EQ(260u, request.get_contentInfo().get_content().cbData()) << "a 256-byte signature";
     EXPECT_EQ(toHex(bytes), toHex(request.encode()));
   }
@@ -64,7 +64,8 @@ TEST(MSRequest, DecodesTheRequestsOfOtherImplementationsAndWritesThemBack) {
 TEST(MSRequest, RoundTripsAttributesInTheirPlace) {
   zttsp_test::TempDir dir;
   const CAttributes attributes = someAttributes();
-  CMSRequest request(kCountersignature, CContentInfo(kData, toOctetString(fromHex("0102"))));
+  CMSRequest request(kCountersignature,
+                     CContentInfo(szOID_RSA_data, toOctetString(fromHex("0102"))));
   request.put_attributes(&attributes);
   const CBlob bytes = request.encode();
 
@@ -91,7 +92,7 @@ TEST(MSRequest, RoundTripsAttributesInTheirPlace) {
 }
 
 TEST(MSRequest, EmptyAttributeListsAreWrittenAsAbsentAndReadAsPresent) {
-  const CContentInfo content(kData, toOctetString(fromHex("AABB")));
+  const CContentInfo content(szOID_RSA_data, toOctetString(fromHex("AABB")));
   const CMSRequest plain(kCountersignature, content);
   CMSRequest empty(plain);
   const CAttributes none;
@@ -118,7 +119,7 @@ TEST(MSRequest, EmptyAttributeListsAreWrittenAsAbsentAndReadAsPresent) {
 
 TEST(MSRequest, RefusesWhatIsNoRequestAndKeepsWhatItHeld) {
   const CAttributes attributes = someAttributes();
-  CMSRequest request("1.2.3.4", CContentInfo(kData, toOctetString(fromHex("CAFE"))));
+  CMSRequest request("1.2.3.4", CContentInfo(szOID_RSA_data, toOctetString(fromHex("CAFE"))));
   request.put_attributes(&attributes);
   const CBlob before = request.encode();
   EXPECT_HRESULT(CRYPT_E_ASN1_INTERNAL,

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/win32.h"
 #include "tests/hostile/der_pieces.h"
 #include "tests/hostile/entry_points.h"
 #include "tests/hostile/signed_data_builder.h"
@@ -16,11 +17,6 @@ using zttsp_test::fromHex;
 
 namespace hostile_test {
 namespace {
-
-const char kDataType[] = "1.2.840.113549.1.7.1";
-const char kContentTypeOid[] = "1.2.840.113549.1.9.3";
-const char kSigningTimeOid[] = "1.2.840.113549.1.9.5";
-const char kMessageDigestOid[] = "1.2.840.113549.1.9.4";
 
 CBlob vector(const char* name) {
   return zttsp_test::readFile(zttsp_test::vectorPath(name));
@@ -74,24 +70,24 @@ void erase(std::vector<RawAttribute>& attributes, const char* oid) {
 }
 // Attribute changes used by more than one row.
 void noMessageDigest(std::vector<RawAttribute>& a) {
-  erase(a, kMessageDigestOid);
+  erase(a, szOID_RSA_messageDigest);
 }
 // Another TSTInfo under the signed attributes made for content().
 void swappedTstInfo(SignedDataRecipe& r) {
   r.content = tstInfo("20240621071206Z");
   r.editAttributes = [](std::vector<RawAttribute>& a) {
-    attribute(a, kMessageDigestOid).values = {primitive(kTagOctetString, sha256(content()))};
+    attribute(a, szOID_RSA_messageDigest).values = {primitive(kTagOctetString, sha256(content()))};
   };
 }
 void dataContentType(std::vector<RawAttribute>& a) {
-  attribute(a, kContentTypeOid).values = {derObjectId(kDataType)};
+  attribute(a, szOID_RSA_contentType).values = {derObjectId(szOID_RSA_data)};
 }
 
 // An Authenticode stamp: data content with contentType, signingTime and messageDigest.
 CBlob stamp(void (*change)(std::vector<RawAttribute>&) = nullptr) {
   SignedDataRecipe recipe;
   recipe.content = CBlob("stamped signature", 17);
-  recipe.contentType = kDataType;
+  recipe.contentType = szOID_RSA_data;
   recipe.editAttributes = change;
   return buildSignedData(recipe);
 }
@@ -215,20 +211,20 @@ const Row kRows[] = {
   {"messageDigest missing", +[] { return tokenWithAttributes(noMessageDigest); }, tokenVerify, S_OK,
    "does not verify", ""},
   {"messageDigest twice", +[] { return tokenWithAttributes([](std::vector<RawAttribute>& a) {
-     a.push_back(attribute(a, kMessageDigestOid)); }); }, tokenVerify, S_OK, "does not verify", ""},
+     a.push_back(attribute(a, szOID_RSA_messageDigest)); }); }, tokenVerify, S_OK, "does not verify", ""},
   {"messageDigest with two values", +[] { return tokenWithAttributes([](std::vector<RawAttribute>& a) {
-     auto& digest = attribute(a, kMessageDigestOid); digest.values.push_back(digest.values[0]); }); },
+     auto& digest = attribute(a, szOID_RSA_messageDigest); digest.values.push_back(digest.values[0]); }); },
    tokenVerify, S_OK, "does not verify", ""},
   {"messageDigest not an OCTET STRING", +[] { return tokenWithAttributes([](std::vector<RawAttribute>& a) {
-     attribute(a, kMessageDigestOid).values = {primitive(kTagInteger, sha256(content()))}; }); },
+     attribute(a, szOID_RSA_messageDigest).values = {primitive(kTagInteger, sha256(content()))}; }); },
    tokenVerify, S_OK, "does not verify", ""},
   {"messageDigest one octet short", +[] { return tokenWithAttributes([](std::vector<RawAttribute>& a) {
-     attribute(a, kMessageDigestOid).values = {primitive(kTagOctetString,
+     attribute(a, szOID_RSA_messageDigest).values = {primitive(kTagOctetString,
      CBlob(sha256(content()).pbData(), 31))}; }); }, tokenVerify, S_OK, "does not verify", ""},
   {"contentType missing", +[] { return tokenWithAttributes([](std::vector<RawAttribute>& a) {
-     erase(a, kContentTypeOid); }); }, tokenVerify, S_OK, "does not verify", ""},
+     erase(a, szOID_RSA_contentType); }); }, tokenVerify, S_OK, "does not verify", ""},
   {"contentType twice", +[] { return tokenWithAttributes([](std::vector<RawAttribute>& a) {
-     a.push_back(attribute(a, kContentTypeOid)); }); }, tokenVerify, S_OK, "does not verify", ""},
+     a.push_back(attribute(a, szOID_RSA_contentType)); }); }, tokenVerify, S_OK, "does not verify", ""},
   {"contentType other than the eContentType", +[] { return tokenWithAttributes(dataContentType); },
    tokenVerify, S_OK, "does not verify", "a data signature passed off as a time stamp"},
 
@@ -260,9 +256,9 @@ const Row kRows[] = {
   {"stamp without certificates", +[] { return stamp(); }, msStampDecode, S_OK,
    "time replaced, certificates kept", "certificates are replaced only by a message's own"},
   {"stamp without signingTime", +[] { return stamp([](std::vector<RawAttribute>& a) {
-     erase(a, kSigningTimeOid); }); }, msStampDecode, CRYPT_E_BAD_MSG, "time kept, certificates kept", ""},
+     erase(a, szOID_RSA_signingTime); }); }, msStampDecode, CRYPT_E_BAD_MSG, "time kept, certificates kept", ""},
   {"stamp whose signingTime is in month 13", +[] { return stamp([](std::vector<RawAttribute>& a) {
-     attribute(a, kSigningTimeOid).values = {primitive(kTagUTCTime, CBlob("241321071205Z", 13))}; }); },
+     attribute(a, szOID_RSA_signingTime).values = {primitive(kTagUTCTime, CBlob("241321071205Z", 13))}; }); },
    msStampDecode, CRYPT_E_ASN1_INTERNAL, "time kept, certificates kept", "the value library's error, passed on"},
   {"stamp cut at every offset", +[] { return vector("authenticode-tsresp-digicert.p7b"); },
    everyPrefix<msStampDecode>, CRYPT_E_ASN1_EOD, "time kept, certificates kept", ""},

@@ -11,8 +11,6 @@
 namespace platform_test {
 namespace {
 
-const char kTstInfoType[] = "1.2.840.113549.1.9.16.1.4";
-
 Bytes sha256(const Bytes& bytes) {
   Bytes digest(SHA256_DIGEST_LENGTH);
   SHA256(bytes.data(), bytes.size(), digest.data());
@@ -52,7 +50,7 @@ TEST(Signing, OpenSslVerifiesEveryDigestModeAttributeAndCertificateChoice) {
           SignOptions options;
           options.hashOid = kHashes[(cms ? 4 : 0) + (attributes ? 2 : 0) + (certificates ? 1 : 0)];
           options.cms = cms;
-          options.innerType = cms ? kTstInfoType : nullptr;
+          options.innerType = cms ? szOID_TIMESTAMP_TOKEN : nullptr;
           if (attributes) {
             options.authAttributes = {{szOID_RSA_signingTime, {derUtcTime("240621071205Z")}}};
           }
@@ -101,7 +99,7 @@ TEST(Signing, SignedAttributesAreComputedAndSorted) {
   const Bytes content = bytesOf("attribute order");
   SignOptions options;
   options.cms = true;
-  options.innerType = kTstInfoType;
+  options.innerType = szOID_TIMESTAMP_TOKEN;
   const Bytes stale = derOctetString(Bytes(32, 0xAA));
   options.authAttributes = {
       {szOID_RSA_messageDigest, {stale}},

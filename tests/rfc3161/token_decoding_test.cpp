@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "frame/win32.h"
 #include "outside/asn1/signed_data.h"
 #include "rfc3161/request.h"
 #include "rfc3161/token.h"
@@ -39,7 +40,6 @@ constexpr bool kVerifiesUnsortedAttributes = true;
 
 const char kSigningCertificate[] = "1.2.840.113549.1.9.16.2.12";
 const char kSigningCertificateV2[] = "1.2.840.113549.1.9.16.2.47";
-const char kMessageDigest[] = "1.2.840.113549.1.9.4";
 
 bool has(const CAttributes* attributes, const char* oid) {
   return attributes != nullptr && attributes->find(oid) != attributes->end();
@@ -167,7 +167,7 @@ TEST(TokenDecoding, ReadsTheTokensOfRealAuthorities) {
   std::string order;
   for (const CAttribute& attribute : *digicert.get_signedAttributes())
     order += std::string(order.empty() ? "" : " ") + attribute.get_oid();
-  EXPECT_LT(order.find(kMessageDigest), order.find(kSigningCertificate)) << order;
+  EXPECT_LT(order.find(szOID_RSA_messageDigest), order.find(kSigningCertificate)) << order;
 
   // A token without certificates verifies with its authority's, from elsewhere.
   CToken freeTsa;

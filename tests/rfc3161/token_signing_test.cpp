@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "frame/win32.h"
 #include "rfc3161/token.h"
 #include "tests/support/test_support.h"
 #include "tests/support/tsa_fixture.h"
@@ -25,9 +26,6 @@ using zttsp_test::fromHex;
 using zttsp_test::toHex;
 
 namespace {
-
-const char kContentType[] = "1.2.840.113549.1.9.3";
-const char kMessageDigest[] = "1.2.840.113549.1.9.4";
 
 CToken bareToken() {
   return CToken(tsa_test::Pki::kPolicy, sha256(), tsa_test::sha256Of(zttsp_test::blobOf("data")),
@@ -155,7 +153,8 @@ TEST(TokenSigning, PassesOnlyTheListsItHoldsAndKeepsTheirOrder) {
     EXPECT_EQ(nullptr, decoded.get_unsignedAttributes());
     // A non-data content gets contentType and messageDigest from the platform all the same.
     const std::string added = oidsOf(decoded.get_signedAttributes());
-    EXPECT_TRUE(added.empty() || added == std::string(kContentType) + " " + kMessageDigest)
+    EXPECT_TRUE(added.empty() ||
+                added == std::string(szOID_RSA_contentType) + " " + szOID_RSA_messageDigest)
         << added;
   }
 
