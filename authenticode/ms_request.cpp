@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "frame/throw_hresult.h"
+#include "frame/errors.h"
 #include "outside/asn1/authenticode.h"
 #include "outside/ztasn1/object_identifier.h"
 

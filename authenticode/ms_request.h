@@ -13,11 +13,11 @@
 // are thrown as ATL::CAtlException carrying an HRESULT.
 #pragma once
 
-#include "frame/atl_exception.h"
-#include "frame/export.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztasn1/content_info.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/atl_exception.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace PKI {

@@ -24,12 +24,12 @@
 #include <cstdint>
 
 #include "frame/algorithm_identifier_ex.h"
-#include "frame/atl_exception.h"
-#include "frame/export.h"
 #include "outside/ztasn1/signer_info.h"
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/date_time.h"
 #include "outside/ztlib/dll_list.h"
+#include "sdk/atl_exception.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace PKI {

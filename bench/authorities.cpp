@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "outside/ztasn1/pki_status_info.h"
+#include "platform/key_provider.h"
 #include "rfc3161/request.h"
 #include "rfc3161/response.h"
 

@@ -11,12 +11,12 @@
 
 #include "bench/bench_key.h"
 #include "frame/algorithm_identifier_ex.h"
-#include "frame/win32.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztasn1/big_integer.h"
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/dll_list.h"
 #include "rfc3161/token.h"
+#include "sdk/win32.h"
 
 Zanthorel::CBlob blobOf(const std::vector<unsigned char>& bytes);
 

@@ -9,7 +9,7 @@
 
 #include "bench/allocation_count.h"
 #include "bench/authorities.h"
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace {
 

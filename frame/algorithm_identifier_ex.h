@@ -12,8 +12,8 @@
 
 #include <cstdint>
 
-#include "frame/export.h"
 #include "outside/ztasn1/algorithm_identifier.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

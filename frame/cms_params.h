@@ -8,11 +8,11 @@
 
 #include <vector>
 
-#include "frame/win32.h"
 #include "outside/ztasn1/algorithm_identifier.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/dll_list.h"
+#include "sdk/win32.h"
 
 namespace Zanthorel {
 namespace PKI {

@@ -4,13 +4,23 @@
 
 #include <cerrno>
 
-#include "frame/crt_string.h"
-#include "frame/throw_hresult.h"
-#include "frame/win32.h"
+#include "sdk/atl_exception.h"
+#include "sdk/crt_string.h"
+#include "sdk/win32.h"
 
 namespace Zanthorel {
 namespace PKI {
 namespace TSP {
+
+// Throws a CAtlException carrying `hr`.
+[[noreturn]] inline void ThrowHResult(HRESULT hr) {
+  ATL::AtlThrow(hr);
+}
+
+// Throws a CAtlException carrying `hr` when `hr` is a failure (negative); returns otherwise.
+inline void ThrowIfFailed(HRESULT hr) {
+  if (hr < 0) ThrowHResult(hr);
+}
 
 // HRESULT_FROM_WIN32 of the calling thread's last error: 0 and values that are already HRESULTs
 // (negative) pass unchanged, others become 0x8007xxxx.

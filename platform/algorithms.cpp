@@ -1,6 +1,6 @@
 #include "platform/algorithms.h"
 
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

@@ -4,8 +4,8 @@
 
 #include <new>
 
-#include "frame/atl_exception.h"
-#include "platform/wincrypt.h"
+#include "sdk/atl_exception.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

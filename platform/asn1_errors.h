@@ -2,7 +2,7 @@
 #pragma once
 
 #include "outside/asn1rt/asn1_context.h"
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "outside/asn1/cms.h"
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

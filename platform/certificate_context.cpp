@@ -16,6 +16,8 @@
 #include "platform/asn1_errors.h"
 #include "platform/openssl_ptr.h"
 
+using Zanthorel::BER::BerReader;
+
 namespace Zanthorel {
 namespace Platform {
 

@@ -1,4 +1,4 @@
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace {
 thread_local DWORD lastError = ERROR_SUCCESS;

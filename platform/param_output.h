@@ -3,7 +3,7 @@
 // is copied and the size written is returned.
 #pragma once
 
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

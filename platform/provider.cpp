@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "platform/api_guard.h"
+#include "platform/key_provider.h"
 #include "platform/openssl_ptr.h"
 
 namespace Zanthorel {

@@ -6,7 +6,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

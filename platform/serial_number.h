@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "outside/asn1rt/asn1_types.h"
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

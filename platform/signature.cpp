@@ -10,6 +10,8 @@
 #include "platform/api_guard.h"
 #include "platform/public_key_cache.h"
 
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace Platform {
 

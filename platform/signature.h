@@ -9,7 +9,7 @@
 
 #include "platform/algorithms.h"
 #include "platform/openssl_ptr.h"
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

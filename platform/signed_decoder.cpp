@@ -9,6 +9,9 @@
 #include "platform/param_output.h"
 #include "platform/signer_verification.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace Platform {
 

@@ -29,7 +29,7 @@ class SignedDecoder final : public Message {
   ~SignedDecoder() override;
 
   void decode();
-  void readSignedData(BerReader& in);
+  void readSignedData(Zanthorel::BER::BerReader& in);
   void readContent();
   const ASN1T_SignerInfo& signer(DWORD index) const;
   static std::vector<const ASN1OpenType*> x509Choices(const ASN1TSeqOfList& choices);

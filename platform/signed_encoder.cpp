@@ -10,6 +10,9 @@
 #include "platform/param_output.h"
 #include "platform/serial_number.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace Platform {
 

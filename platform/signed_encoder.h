@@ -65,7 +65,7 @@ class SignedEncoder final : public Message {
   State state_ = State::Open;
   std::vector<BYTE> pending_;  // content of the updates before the final one
   ASN1CTXT outputContext_;
-  DerWriter output_{&outputContext_};  // the ContentInfo, after the final update
+  Zanthorel::BER::DerWriter output_{&outputContext_};  // the ContentInfo, after the final update
 };
 
 }  // namespace Platform

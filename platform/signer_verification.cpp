@@ -7,6 +7,8 @@
 #include "platform/api_guard.h"
 #include "platform/serial_number.h"
 
+using Zanthorel::BER::BerReader;
+
 namespace Zanthorel {
 namespace Platform {
 

@@ -5,7 +5,7 @@
 
 #include "outside/asn1/cms.h"
 #include "platform/signature.h"
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 
 namespace Zanthorel {
 namespace Platform {

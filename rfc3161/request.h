@@ -16,11 +16,11 @@
 #include <cstdint>
 
 #include "frame/algorithm_identifier_ex.h"
-#include "frame/atl_exception.h"
-#include "frame/export.h"
 #include "outside/ztasn1/big_integer.h"
 #include "outside/ztasn1/extensions.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/atl_exception.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace PKI {

@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "frame/throw_hresult.h"
-#include "frame/win32.h"
+#include "frame/errors.h"
 #include "outside/asn1/tsp.h"
+#include "sdk/win32.h"
 
 namespace Zanthorel {
 namespace PKI {

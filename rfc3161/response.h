@@ -17,11 +17,11 @@
 // with one. Failures are thrown as ATL::CAtlException carrying an HRESULT.
 #pragma once
 
-#include "frame/atl_exception.h"
-#include "frame/export.h"
 #include "outside/ztasn1/pki_status_info.h"
 #include "outside/ztlib/blob.h"
 #include "rfc3161/token.h"
+#include "sdk/atl_exception.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace PKI {

@@ -25,8 +25,6 @@
 #include <cstdint>
 
 #include "frame/algorithm_identifier_ex.h"
-#include "frame/atl_exception.h"
-#include "frame/export.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztasn1/big_integer.h"
 #include "outside/ztasn1/extensions.h"
@@ -35,6 +33,8 @@
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/date_time.h"
 #include "outside/ztlib/dll_list.h"
+#include "sdk/atl_exception.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace PKI {

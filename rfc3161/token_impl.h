@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "frame/win32.h"
 #include "rfc3161/token.h"
+#include "sdk/win32.h"
 
 namespace Zanthorel {
 namespace PKI {

@@ -5,6 +5,9 @@
 #include "tools/hash_algorithms.h"
 #include "tools/tool_error.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace Tools {
 

@@ -7,7 +7,7 @@
 #include <exception>
 #include <string>
 
-#include "frame/atl_exception.h"
+#include "sdk/atl_exception.h"
 #include "tools/commands.h"
 #include "tools/report_values.h"
 #include "tools/tool_error.h"

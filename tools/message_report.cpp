@@ -2,17 +2,19 @@
 
 #include "authenticode/ms_request.h"
 #include "authenticode/ms_stamp.h"
-#include "frame/win32.h"
 #include "outside/asn1rt/ber_reader.h"
 #include "outside/ztasn1/object_identifier.h"
 #include "outside/ztasn1/octet_string.h"
 #include "rfc3161/request.h"
 #include "rfc3161/response.h"
+#include "sdk/win32.h"
 #include "tools/authority.h"
 #include "tools/certificate.h"
 #include "tools/ess.h"
 #include "tools/report_values.h"
 #include "tools/tool_error.h"
+
+using Zanthorel::BER::BerReader;
 
 namespace Zanthorel {
 namespace Tools {

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "platform/key_provider.h"
 #include "tools/files.h"
 #include "tools/tool_error.h"
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/win32.h"
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/dll_list.h"
+#include "sdk/win32.h"
 #include "tools/certificate.h"
 
 namespace Zanthorel {

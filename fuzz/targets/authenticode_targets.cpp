@@ -3,9 +3,9 @@
 
 #include "authenticode/ms_request.h"
 #include "authenticode/ms_stamp.h"
-#include "frame/win32.h"
 #include "fuzz/targets/fixed_tsa.h"
 #include "fuzz/targets/fuzz_targets.h"
+#include "sdk/win32.h"
 
 using Zanthorel::CBlob;
 using Zanthorel::CBlobList;

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "frame/atl_exception.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/atl_exception.h"
 
 namespace zttsp_fuzz {
 

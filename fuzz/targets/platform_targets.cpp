@@ -3,9 +3,9 @@
 // update after the final one, duplicate, verify and close.
 #include <vector>
 
-#include "frame/win32.h"
 #include "fuzz/targets/fixed_tsa.h"
 #include "fuzz/targets/fuzz_targets.h"
+#include "sdk/win32.h"
 
 namespace zttsp_fuzz {
 namespace {

@@ -2,11 +2,11 @@
 // object in the state its class promises, and whatever decodes reads back the same.
 #include <cstring>
 
-#include "frame/win32.h"
 #include "fuzz/targets/fixed_tsa.h"
 #include "fuzz/targets/fuzz_targets.h"
 #include "rfc3161/request.h"
 #include "rfc3161/response.h"
+#include "sdk/win32.h"
 
 using Zanthorel::CBlob;
 using Zanthorel::ASN1::CBigInteger;

@@ -1,5 +1,8 @@
 #include "outside/asn1/authenticode.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 bool asn1D_TimeStampAuthenticodeRequest(BerReader& in,
                                         ASN1T_TimeStampAuthenticodeRequest& v) noexcept {
   BerReader seq;

@@ -15,10 +15,10 @@ struct ASN1T_TimeStampAuthenticodeRequest {
   ASN1T_Attributes attributes{};
   ASN1T_ContentInfo content{};
 };
-ZTASN1_API bool asn1D_TimeStampAuthenticodeRequest(BerReader& in,
+ZTASN1_API bool asn1D_TimeStampAuthenticodeRequest(Zanthorel::BER::BerReader& in,
                                                    ASN1T_TimeStampAuthenticodeRequest& v) noexcept;
 ZTASN1_API void asn1E_TimeStampAuthenticodeRequest(
-    DerWriter& out, const ASN1T_TimeStampAuthenticodeRequest& v) noexcept;
+    Zanthorel::BER::DerWriter& out, const ASN1T_TimeStampAuthenticodeRequest& v) noexcept;
 
 using ASN1C_TimeStampAuthenticodeRequest =
     ASN1CTypeOf<ASN1T_TimeStampAuthenticodeRequest, asn1E_TimeStampAuthenticodeRequest,

@@ -1,5 +1,8 @@
 #include "outside/asn1/cms.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace {
 
 constexpr ASN1TAG kTagContent = asn1ContextTag(0, true);

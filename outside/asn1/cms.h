@@ -14,8 +14,9 @@ struct ASN1T_ContentInfo {
   ASN1OBJID contentType{};
   ASN1OpenType content{};  // the element inside [0], as received
 };
-ZTASN1_API bool asn1D_ContentInfo(BerReader& in, ASN1T_ContentInfo& v) noexcept;
-ZTASN1_API void asn1E_ContentInfo(DerWriter& out, const ASN1T_ContentInfo& v) noexcept;
+ZTASN1_API bool asn1D_ContentInfo(Zanthorel::BER::BerReader& in, ASN1T_ContentInfo& v) noexcept;
+ZTASN1_API void asn1E_ContentInfo(Zanthorel::BER::DerWriter& out,
+                                  const ASN1T_ContentInfo& v) noexcept;
 
 // Attribute ::= SEQUENCE {
 //   attrType    OBJECT IDENTIFIER,
@@ -24,15 +25,15 @@ struct ASN1T_Attribute {
   ASN1OBJID attrType{};
   ASN1TSeqOfList attrValues{};
 };
-ZTASN1_API bool asn1D_Attribute(BerReader& in, ASN1T_Attribute& v) noexcept;
-ZTASN1_API void asn1E_Attribute(DerWriter& out, const ASN1T_Attribute& v) noexcept;
+ZTASN1_API bool asn1D_Attribute(Zanthorel::BER::BerReader& in, ASN1T_Attribute& v) noexcept;
+ZTASN1_API void asn1E_Attribute(Zanthorel::BER::DerWriter& out, const ASN1T_Attribute& v) noexcept;
 
 // Attributes ::= SET OF Attribute                 -- list of ASN1T_Attribute
 // Written in DER order; read in any order.
 typedef ASN1TSeqOfList ASN1T_Attributes;
-ZTASN1_API bool asn1D_Attributes(BerReader& in, ASN1T_Attributes& v,
+ZTASN1_API bool asn1D_Attributes(Zanthorel::BER::BerReader& in, ASN1T_Attributes& v,
                                  ASN1TAG tag = kTagSet) noexcept;
-ZTASN1_API void asn1E_Attributes(DerWriter& out, const ASN1T_Attributes& v,
+ZTASN1_API void asn1E_Attributes(Zanthorel::BER::DerWriter& out, const ASN1T_Attributes& v,
                                  ASN1TAG tag = kTagSet) noexcept;
 
 // IssuerAndSerialNumber ::= SEQUENCE { issuer Name, serialNumber CertificateSerialNumber }
@@ -78,8 +79,9 @@ struct ASN1T_SignerInfo {
   // octets (with the tag made SET), not a re-encoding: real signers send them unsorted.
   ASN1OpenType signedAttrsEncoding{};
 };
-ZTASN1_API bool asn1D_SignerInfo(BerReader& in, ASN1T_SignerInfo& v) noexcept;
-ZTASN1_API void asn1E_SignerInfo(DerWriter& out, const ASN1T_SignerInfo& v) noexcept;
+ZTASN1_API bool asn1D_SignerInfo(Zanthorel::BER::BerReader& in, ASN1T_SignerInfo& v) noexcept;
+ZTASN1_API void asn1E_SignerInfo(Zanthorel::BER::DerWriter& out,
+                                 const ASN1T_SignerInfo& v) noexcept;
 
 using ASN1C_ContentInfo = ASN1CTypeOf<ASN1T_ContentInfo, asn1E_ContentInfo, asn1D_ContentInfo>;
 using ASN1C_Attribute = ASN1CTypeOf<ASN1T_Attribute, asn1E_Attribute, asn1D_Attribute>;

@@ -1,5 +1,8 @@
 #include "outside/asn1/pkix.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace {
 
 constexpr ASN1TAG tagged(OSUINT32 number, bool constructed) {

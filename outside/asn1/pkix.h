@@ -19,8 +19,9 @@ struct ASN1T_AlgorithmIdentifier {
   ASN1OBJID algorithm{};
   ASN1OpenType parameters{};  // the complete parameters element, e.g. 05 00
 };
-ZTASN1_API bool asn1D_AlgorithmIdentifier(BerReader& in, ASN1T_AlgorithmIdentifier& v) noexcept;
-ZTASN1_API void asn1E_AlgorithmIdentifier(DerWriter& out,
+ZTASN1_API bool asn1D_AlgorithmIdentifier(Zanthorel::BER::BerReader& in,
+                                          ASN1T_AlgorithmIdentifier& v) noexcept;
+ZTASN1_API void asn1E_AlgorithmIdentifier(Zanthorel::BER::DerWriter& out,
                                           const ASN1T_AlgorithmIdentifier& v) noexcept;
 
 // Extension ::= SEQUENCE {
@@ -34,9 +35,9 @@ struct ASN1T_Extension {
 };
 // Extensions ::= SEQUENCE SIZE (1..MAX) OF Extension      -- list of ASN1T_Extension
 typedef ASN1TSeqOfList ASN1T_Extensions;
-ZTASN1_API bool asn1D_Extensions(BerReader& in, ASN1T_Extensions& v,
+ZTASN1_API bool asn1D_Extensions(Zanthorel::BER::BerReader& in, ASN1T_Extensions& v,
                                  ASN1TAG tag = kTagSequence) noexcept;
-ZTASN1_API void asn1E_Extensions(DerWriter& out, const ASN1T_Extensions& v,
+ZTASN1_API void asn1E_Extensions(Zanthorel::BER::DerWriter& out, const ASN1T_Extensions& v,
                                  ASN1TAG tag = kTagSequence) noexcept;
 
 // AttributeTypeAndValue ::= SEQUENCE { type AttributeType, value AttributeValue }
@@ -51,8 +52,8 @@ typedef ASN1TSeqOfList ASN1T_RelativeDistinguishedName;
 struct ASN1T_Name {
   ASN1TSeqOfList rdnSequence{};
 };
-ZTASN1_API bool asn1D_Name(BerReader& in, ASN1T_Name& v) noexcept;
-ZTASN1_API void asn1E_Name(DerWriter& out, const ASN1T_Name& v) noexcept;
+ZTASN1_API bool asn1D_Name(Zanthorel::BER::BerReader& in, ASN1T_Name& v) noexcept;
+ZTASN1_API void asn1E_Name(Zanthorel::BER::DerWriter& out, const ASN1T_Name& v) noexcept;
 
 // DirectoryString ::= CHOICE { teletexString TeletexString, printableString PrintableString,
 //   universalString UniversalString, utf8String UTF8String, bmpString BMPString }
@@ -61,8 +62,10 @@ struct ASN1T_DirectoryString {
   ASN1TAG tag = 0;
   ASN1DynOctStr value{};
 };
-ZTASN1_API bool asn1D_DirectoryString(BerReader& in, ASN1T_DirectoryString& v) noexcept;
-ZTASN1_API void asn1E_DirectoryString(DerWriter& out, const ASN1T_DirectoryString& v) noexcept;
+ZTASN1_API bool asn1D_DirectoryString(Zanthorel::BER::BerReader& in,
+                                      ASN1T_DirectoryString& v) noexcept;
+ZTASN1_API void asn1E_DirectoryString(Zanthorel::BER::DerWriter& out,
+                                      const ASN1T_DirectoryString& v) noexcept;
 
 // AnotherName ::= SEQUENCE { type-id OBJECT IDENTIFIER, value [0] EXPLICIT ANY DEFINED BY type-id }
 struct ASN1T_AnotherName {
@@ -117,13 +120,15 @@ struct ASN1T_GeneralName {
     ASN1OBJID* registeredID;
   } u{};
 };
-ZTASN1_API bool asn1D_GeneralName(BerReader& in, ASN1T_GeneralName& v) noexcept;
-ZTASN1_API void asn1E_GeneralName(DerWriter& out, const ASN1T_GeneralName& v) noexcept;
+ZTASN1_API bool asn1D_GeneralName(Zanthorel::BER::BerReader& in, ASN1T_GeneralName& v) noexcept;
+ZTASN1_API void asn1E_GeneralName(Zanthorel::BER::DerWriter& out,
+                                  const ASN1T_GeneralName& v) noexcept;
 
 // GeneralNames ::= SEQUENCE SIZE (1..MAX) OF GeneralName       -- list of ASN1T_GeneralName
 typedef ASN1TSeqOfList ASN1T_GeneralNames;
-ZTASN1_API bool asn1D_GeneralNames(BerReader& in, ASN1T_GeneralNames& v) noexcept;
-ZTASN1_API void asn1E_GeneralNames(DerWriter& out, const ASN1T_GeneralNames& v) noexcept;
+ZTASN1_API bool asn1D_GeneralNames(Zanthorel::BER::BerReader& in, ASN1T_GeneralNames& v) noexcept;
+ZTASN1_API void asn1E_GeneralNames(Zanthorel::BER::DerWriter& out,
+                                   const ASN1T_GeneralNames& v) noexcept;
 
 using ASN1C_AlgorithmIdentifier =
     ASN1CTypeOf<ASN1T_AlgorithmIdentifier, asn1E_AlgorithmIdentifier, asn1D_AlgorithmIdentifier>;

@@ -1,5 +1,8 @@
 #include "outside/asn1/signed_data.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace {
 
 constexpr ASN1TAG kTagCertificates = asn1ContextTag(0, true);

@@ -52,7 +52,8 @@ struct ASN1T_SignedData {
   ASN1TSeqOfList crls{};
   ASN1TSeqOfList signerInfos{};
 };
-ZTASN1_API bool asn1D_SignedData(BerReader& in, ASN1T_SignedData& v) noexcept;
-ZTASN1_API void asn1E_SignedData(DerWriter& out, const ASN1T_SignedData& v) noexcept;
+ZTASN1_API bool asn1D_SignedData(Zanthorel::BER::BerReader& in, ASN1T_SignedData& v) noexcept;
+ZTASN1_API void asn1E_SignedData(Zanthorel::BER::DerWriter& out,
+                                 const ASN1T_SignedData& v) noexcept;
 
 using ASN1C_SignedData = ASN1CTypeOf<ASN1T_SignedData, asn1E_SignedData, asn1D_SignedData>;

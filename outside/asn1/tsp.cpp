@@ -1,5 +1,8 @@
 #include "outside/asn1/tsp.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace {
 
 constexpr ASN1TAG kTagReqExtensions = asn1ContextTag(0, true);

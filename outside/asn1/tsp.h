@@ -11,8 +11,10 @@ struct ASN1T_MessageImprint {
   ASN1T_AlgorithmIdentifier hashAlgorithm{};
   ASN1DynOctStr hashedMessage{};
 };
-ZTASN1_API bool asn1D_MessageImprint(BerReader& in, ASN1T_MessageImprint& v) noexcept;
-ZTASN1_API void asn1E_MessageImprint(DerWriter& out, const ASN1T_MessageImprint& v) noexcept;
+ZTASN1_API bool asn1D_MessageImprint(Zanthorel::BER::BerReader& in,
+                                     ASN1T_MessageImprint& v) noexcept;
+ZTASN1_API void asn1E_MessageImprint(Zanthorel::BER::DerWriter& out,
+                                     const ASN1T_MessageImprint& v) noexcept;
 
 // TimeStampReq ::= SEQUENCE {
 //   version         INTEGER { v1(1) },
@@ -34,8 +36,9 @@ struct ASN1T_TimeStampReq {
   OSBOOL certReq = 0;
   ASN1T_Extensions extensions{};
 };
-ZTASN1_API bool asn1D_TimeStampReq(BerReader& in, ASN1T_TimeStampReq& v) noexcept;
-ZTASN1_API void asn1E_TimeStampReq(DerWriter& out, const ASN1T_TimeStampReq& v) noexcept;
+ZTASN1_API bool asn1D_TimeStampReq(Zanthorel::BER::BerReader& in, ASN1T_TimeStampReq& v) noexcept;
+ZTASN1_API void asn1E_TimeStampReq(Zanthorel::BER::DerWriter& out,
+                                   const ASN1T_TimeStampReq& v) noexcept;
 
 // PKIFreeText ::= SEQUENCE SIZE (1..MAX) OF UTF8String         -- list of const char
 typedef ASN1TSeqOfList ASN1T_PKIFreeText;
@@ -57,8 +60,9 @@ struct ASN1T_PKIStatusInfo {
   ASN1T_PKIFreeText statusString{};
   ASN1T_PKIFailureInfo failInfo{};
 };
-ZTASN1_API bool asn1D_PKIStatusInfo(BerReader& in, ASN1T_PKIStatusInfo& v) noexcept;
-ZTASN1_API void asn1E_PKIStatusInfo(DerWriter& out, const ASN1T_PKIStatusInfo& v) noexcept;
+ZTASN1_API bool asn1D_PKIStatusInfo(Zanthorel::BER::BerReader& in, ASN1T_PKIStatusInfo& v) noexcept;
+ZTASN1_API void asn1E_PKIStatusInfo(Zanthorel::BER::DerWriter& out,
+                                    const ASN1T_PKIStatusInfo& v) noexcept;
 
 // TimeStampResp ::= SEQUENCE {
 //   status          PKIStatusInfo,
@@ -71,8 +75,9 @@ struct ASN1T_TimeStampResp {
   ASN1T_PKIStatusInfo status{};
   ASN1T_ContentInfo timeStampToken{};
 };
-ZTASN1_API bool asn1D_TimeStampResp(BerReader& in, ASN1T_TimeStampResp& v) noexcept;
-ZTASN1_API void asn1E_TimeStampResp(DerWriter& out, const ASN1T_TimeStampResp& v) noexcept;
+ZTASN1_API bool asn1D_TimeStampResp(Zanthorel::BER::BerReader& in, ASN1T_TimeStampResp& v) noexcept;
+ZTASN1_API void asn1E_TimeStampResp(Zanthorel::BER::DerWriter& out,
+                                    const ASN1T_TimeStampResp& v) noexcept;
 
 // Accuracy ::= SEQUENCE {
 //   seconds  INTEGER OPTIONAL,
@@ -89,8 +94,8 @@ struct ASN1T_Accuracy {
   OSUINT16 millis = 0;
   OSUINT16 micros = 0;
 };
-ZTASN1_API bool asn1D_Accuracy(BerReader& in, ASN1T_Accuracy& v) noexcept;
-ZTASN1_API void asn1E_Accuracy(DerWriter& out, const ASN1T_Accuracy& v) noexcept;
+ZTASN1_API bool asn1D_Accuracy(Zanthorel::BER::BerReader& in, ASN1T_Accuracy& v) noexcept;
+ZTASN1_API void asn1E_Accuracy(Zanthorel::BER::DerWriter& out, const ASN1T_Accuracy& v) noexcept;
 
 // TSTInfo ::= SEQUENCE {
 //   version         INTEGER { v1(1) },
@@ -121,8 +126,8 @@ struct ASN1T_TSTInfo {
   ASN1T_GeneralName tsa{};
   ASN1T_Extensions extensions{};
 };
-ZTASN1_API bool asn1D_TSTInfo(BerReader& in, ASN1T_TSTInfo& v) noexcept;
-ZTASN1_API void asn1E_TSTInfo(DerWriter& out, const ASN1T_TSTInfo& v) noexcept;
+ZTASN1_API bool asn1D_TSTInfo(Zanthorel::BER::BerReader& in, ASN1T_TSTInfo& v) noexcept;
+ZTASN1_API void asn1E_TSTInfo(Zanthorel::BER::DerWriter& out, const ASN1T_TSTInfo& v) noexcept;
 
 using ASN1C_TimeStampReq = ASN1CTypeOf<ASN1T_TimeStampReq, asn1E_TimeStampReq, asn1D_TimeStampReq>;
 using ASN1C_TimeStampResp =

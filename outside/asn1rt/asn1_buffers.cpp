@@ -2,6 +2,9 @@
 
 #include <climits>
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 ASN1MessageBufferIF::~ASN1MessageBufferIF() = default;
 
 ASN1BEREncodeBuffer::~ASN1BEREncodeBuffer() = default;

@@ -44,11 +44,11 @@ class ZTASN1_API ASN1BEREncodeBuffer final : public ASN1MessageBufferIF {
   // The last encoding made into this buffer.
   const OSOCTET* getMsgPtr() const noexcept { return writer_.data(); }
   std::size_t getMsgLen() const noexcept { return writer_.size(); }
-  DerWriter& writer() noexcept { return writer_; }
+  Zanthorel::BER::DerWriter& writer() noexcept { return writer_; }
   ASN1BEREncodeBuffer* asEncodeBuffer() noexcept override;
 
  private:
-  DerWriter writer_;
+  Zanthorel::BER::DerWriter writer_;
 };
 
 class ZTASN1_API ASN1BERDecodeBuffer final : public ASN1MessageBufferIF {
@@ -60,7 +60,9 @@ class ZTASN1_API ASN1BERDecodeBuffer final : public ASN1MessageBufferIF {
   // Points the buffer at other bytes; returns 0.
   int setBuffer(const OSOCTET* data, std::size_t size) noexcept;
   // A reader over the whole of the bytes.
-  BerReader reader() noexcept { return BerReader(data_, size_, &ctxt_); }
+  Zanthorel::BER::BerReader reader() noexcept {
+    return Zanthorel::BER::BerReader(data_, size_, &ctxt_);
+  }
   ASN1BERDecodeBuffer* asDecodeBuffer() noexcept override;
 
  private:
@@ -83,22 +85,23 @@ class ZTASN1_API ASN1CType {
   int Decode();
 
  protected:
-  virtual void encodeValue(DerWriter& out) = 0;
-  virtual bool decodeValue(BerReader& in) = 0;
+  virtual void encodeValue(Zanthorel::BER::DerWriter& out) = 0;
+  virtual bool decodeValue(Zanthorel::BER::BerReader& in) = 0;
 
   ASN1MessageBufferIF& msgbuf_;
 };
 
 // The control class of one type: binds a buffer to a structure and to the type's codec
 // functions `Encoder` and `Decoder`.
-template <class T, void (*Encoder)(DerWriter&, const T&), bool (*Decoder)(BerReader&, T&)>
+template <class T, void (*Encoder)(Zanthorel::BER::DerWriter&, const T&),
+          bool (*Decoder)(Zanthorel::BER::BerReader&, T&)>
 class ASN1CTypeOf : public ASN1CType {
  public:
   ASN1CTypeOf(ASN1MessageBufferIF& buffer, T& data) noexcept : ASN1CType(buffer), msgData(data) {}
 
  protected:
-  void encodeValue(DerWriter& out) override { Encoder(out, msgData); }
-  bool decodeValue(BerReader& in) override { return Decoder(in, msgData); }
+  void encodeValue(Zanthorel::BER::DerWriter& out) override { Encoder(out, msgData); }
+  bool decodeValue(Zanthorel::BER::BerReader& in) override { return Decoder(in, msgData); }
 
   T& msgData;
 };

@@ -10,7 +10,7 @@
 
 #include "outside/asn1rt/asn1_status.h"
 #include "outside/asn1rt/asn1_types.h"
-#include "outside/ztasn1/ztasn1_api.h"
+#include "sdk/export.h"
 
 struct OSMemBlock;
 

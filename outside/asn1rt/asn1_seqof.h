@@ -61,7 +61,8 @@ ASN1TSeqOfItems<T> rtSeqOfItems(const ASN1TSeqOfList& list) {
 
 // Decodes every element of `contents` with `decodeOne(reader, T&)` into new list elements.
 template <class T, class DecodeOne>
-bool rtDecodeSeqOf(BerReader contents, ASN1TSeqOfList& list, DecodeOne decodeOne) noexcept {
+bool rtDecodeSeqOf(Zanthorel::BER::BerReader contents, ASN1TSeqOfList& list,
+                   DecodeOne decodeOne) noexcept {
   while (!contents.empty()) {
     T* item = rtSeqOfAppendNew<T>(contents.context(), list);
     if (item == nullptr) return contents.fail(ASN_E_NOMEM);

@@ -1,7 +1,7 @@
 // Status codes of the BER runtime and the message codec: 0 is success, failures are negative.
 #pragma once
 
-#include "outside/ztasn1/ztasn1_api.h"
+#include "sdk/export.h"
 
 enum Asn1Status : int {
   ASN_OK = 0,

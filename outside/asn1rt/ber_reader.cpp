@@ -5,6 +5,9 @@
 
 #include "outside/asn1rt/asn1_integer_text.h"
 
+namespace Zanthorel {
+namespace BER {
+
 namespace {
 
 // Longest OBJECT IDENTIFIER content accepted. Real identifiers stay below 50 octets; the cap keeps
@@ -434,3 +437,6 @@ bool BerReader::readObjId(ASN1OBJID& value, ASN1TAG tag) noexcept {
 bool BerReader::finish() noexcept {
   return empty() || fail(ASN_E_EXTRA);
 }
+
+}  // namespace BER
+}  // namespace Zanthorel

@@ -23,6 +23,9 @@
 #include "outside/asn1rt/asn1_context.h"
 #include "outside/asn1rt/ber_tag.h"
 
+namespace Zanthorel {
+namespace BER {
+
 class ZTASN1_API BerReader {
  public:
   BerReader() noexcept = default;
@@ -97,3 +100,6 @@ class ZTASN1_API BerReader {
   ASN1CTXT* ctxt_ = nullptr;
   unsigned depth_ = 0;
 };
+
+}  // namespace BER
+}  // namespace Zanthorel

@@ -8,6 +8,9 @@
 #include "outside/asn1rt/asn1_integer_text.h"
 #include "outside/asn1rt/ber_reader.h"
 
+namespace Zanthorel {
+namespace BER {
+
 namespace {
 
 // Octets needed for a definite length (X.690 10.1: the minimal form).
@@ -234,3 +237,6 @@ void DerWriter::putText(const char* text, ASN1TAG tag) noexcept {
   if (text == nullptr) return fail(ASN_E_INVPARAM);
   putElement(tag, reinterpret_cast<const OSOCTET*>(text), std::strlen(text));
 }
+
+}  // namespace BER
+}  // namespace Zanthorel

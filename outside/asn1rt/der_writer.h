@@ -17,6 +17,9 @@
 #include "outside/asn1rt/asn1_context.h"
 #include "outside/asn1rt/ber_tag.h"
 
+namespace Zanthorel {
+namespace BER {
+
 class ZTASN1_API DerWriter {
  public:
   explicit DerWriter(ASN1CTXT* ctxt) noexcept : ctxt_(ctxt) {}
@@ -75,3 +78,6 @@ class ZTASN1_API DerWriter {
   std::size_t size_ = 0;
   std::size_t capacity_ = kInlineBytes;
 };
+
+}  // namespace BER
+}  // namespace Zanthorel

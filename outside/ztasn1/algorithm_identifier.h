@@ -6,8 +6,8 @@
 
 #include <string>
 
-#include "outside/ztasn1/ztasn1_api.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

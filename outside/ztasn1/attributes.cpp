@@ -5,6 +5,9 @@
 #include "outside/ztasn1/object_identifier.h"
 #include "outside/ztasn1/ztasn1_errors.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace ASN1 {
 
@@ -39,7 +42,7 @@ CAttrSigningTime::CAttrSigningTime(const CBlob& value) : CAttrValue(kOid, value)
     ok = in.readText(text, kTagGeneralizedTime) && in.finish() &&
          CDateTime::parseGeneralizedTime(text, std::strlen(text), time_);
   }
-  if (!ok) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
+  if (!ok) ATL::AtlThrow(CRYPT_E_ASN1_INTERNAL);
 }
 
 CAttribute::CAttribute() = default;
@@ -76,7 +79,7 @@ void ASN1T_Attribute_traits::set(ASN1CTXT* ctxt, ASN1T_Attribute& target,
     const CBlob& bytes = value.get_value();
     checkSingleElement(bytes);
     auto* item = rtSeqOfAppendNew<ASN1OpenType>(ctxt, target.attrValues);
-    if (item == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+    if (item == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
     item->data = copyToContext(ctxt, bytes.pbData(), bytes.cbData());
     item->numocts = bytes.cbData();
   }
@@ -96,7 +99,7 @@ void ASN1T_Attributes_traits::set(ASN1CTXT* ctxt, ASN1TSeqOfList& target,
   target = ASN1TSeqOfList{};
   for (const CAttribute& attribute : source) {
     auto* item = rtSeqOfAppendNew<ASN1T_Attribute>(ctxt, target);
-    if (item == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+    if (item == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
     ASN1T_Attribute_traits::set(ctxt, *item, attribute);
   }
 }

@@ -38,7 +38,7 @@ CBigInteger::CBigInteger(long long value) {
 CBigInteger::CBigInteger(const char* text) {
   ASN1CTXT scratch;
   ASN1DynOctStr octets;
-  if (!rtTextToIntegerOctets(&scratch, text, octets)) ThrowHResult(E_INVALIDARG);
+  if (!rtTextToIntegerOctets(&scratch, text, octets)) ATL::AtlThrow(E_INVALIDARG);
   value_ = CBlob(octets.data, octets.numocts);
 }
 

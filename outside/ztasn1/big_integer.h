@@ -6,9 +6,9 @@
 
 #include <cstdint>
 
-#include "outside/ztasn1/ztasn1_api.h"
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/string_proxy.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

@@ -16,7 +16,7 @@ void ASN1T_Extensions_traits::set(ASN1CTXT* ctxt, ASN1T_Extensions& target,
   target = ASN1T_Extensions{};
   for (const CExtension& extension : source) {
     auto* item = rtSeqOfAppendNew<ASN1T_Extension>(ctxt, target);
-    if (item == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+    if (item == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
     ASN1TObjId_traits::set(ctxt, item->extnID, extension.get_extnID());
     item->critical = extension.get_critical();
     const CBlob& value = extension.get_extnValue();

@@ -4,9 +4,9 @@
 #include <string>
 
 #include "outside/asn1/pkix.h"
-#include "outside/ztasn1/ztasn1_api.h"
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/dll_list.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

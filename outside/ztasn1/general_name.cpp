@@ -3,6 +3,9 @@
 #include "outside/ztasn1/object_identifier.h"
 #include "outside/ztasn1/ztasn1_errors.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace ASN1 {
 namespace {
@@ -12,7 +15,7 @@ template <class T>
 void decodeInto(ASN1CTXT* ctxt, const CBlob& bytes, T& value, bool (*decoder)(BerReader&, T&)) {
   const OSOCTET* copy = copyToContext(ctxt, bytes.pbData(), bytes.cbData());
   BerReader in(copy, bytes.cbData(), ctxt);
-  if (!decoder(in, value) || !in.finish()) ThrowHResult(E_INVALIDARG);
+  if (!decoder(in, value) || !in.finish()) ATL::AtlThrow(E_INVALIDARG);
 }
 
 // The DER encoding of one codec value.
@@ -21,14 +24,14 @@ CBlob encodeValue(const T& value, void (*encoder)(DerWriter&, const T&)) {
   ASN1CTXT ctxt;
   DerWriter out(&ctxt);
   encoder(out, value);
-  if (!out.ok()) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
+  if (!out.ok()) ATL::AtlThrow(CRYPT_E_ASN1_INTERNAL);
   return CBlob(out.data(), static_cast<std::uint32_t>(out.size()));
 }
 
 template <class T>
 T* allocAlternative(ASN1CTXT* ctxt) {
   T* value = rtAllocZ<T>(ctxt);
-  if (value == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+  if (value == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
   return value;
 }
 
@@ -43,7 +46,7 @@ CGeneralName::CGeneralName() = default;
 
 CGeneralName::CGeneralName(Type type, const char* text)
     : type_(type), text_(text != nullptr ? text : "") {
-  if (!isTextType(type)) ThrowHResult(E_INVALIDARG);
+  if (!isTextType(type)) ATL::AtlThrow(E_INVALIDARG);
 }
 
 CGeneralName::CGeneralName(Type type, const char* text, const CBlob& value)
@@ -108,12 +111,12 @@ void ASN1T_GeneralName_traits::set(ASN1CTXT* ctxt, ASN1T_GeneralName& target,
       // Held as the complete alternative element: decode it as a GeneralName.
       ASN1T_GeneralName decoded;
       decodeInto(ctxt, value, decoded, asn1D_GeneralName);
-      if (decoded.t != static_cast<int>(source.get_type())) ThrowHResult(E_INVALIDARG);
+      if (decoded.t != static_cast<int>(source.get_type())) ATL::AtlThrow(E_INVALIDARG);
       target = decoded;
       return;
     }
     default:
-      ThrowHResult(E_INVALIDARG);
+      ATL::AtlThrow(E_INVALIDARG);
   }
   target.t = static_cast<int>(source.get_type());
 }
@@ -149,7 +152,7 @@ void ASN1T_GeneralName_traits::get(const ASN1T_GeneralName& source, CGeneralName
       value = encodeValue(source, asn1E_GeneralName);
       break;
     default:
-      ThrowHResult(E_INVALIDARG);
+      ATL::AtlThrow(E_INVALIDARG);
   }
   target = CGeneralName(static_cast<CGeneralName::Type>(source.t), text.c_str(), value);
 }

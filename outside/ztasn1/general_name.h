@@ -7,8 +7,8 @@
 #include <string>
 
 #include "outside/asn1/pkix.h"
-#include "outside/ztasn1/ztasn1_api.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

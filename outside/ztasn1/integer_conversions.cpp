@@ -11,7 +11,7 @@ const char* DWORDToASN1BigInteger(ASN1CTXT* ctxt, std::uint32_t value) {
                              static_cast<OSOCTET>(value >> 16), static_cast<OSOCTET>(value >> 8),
                              static_cast<OSOCTET>(value)};
   const char* text = rtIntegerOctetsToText(ctxt, octets, sizeof octets);
-  if (text == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+  if (text == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
   return text;
 }
 
@@ -28,7 +28,7 @@ std::uint32_t ASN1BigIntegerToDWORD(const char* text) {
 const char* BigIntegerToASN1String(ASN1CTXT* ctxt, const CBigInteger& value) {
   const CBlob& octets = value.get_value();
   const char* text = rtIntegerOctetsToText(ctxt, octets.pbData(), octets.cbData());
-  if (text == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+  if (text == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
   return text;
 }
 

@@ -96,11 +96,11 @@ void ASN1TObjId_traits::set(ASN1CTXT* ctxt, ASN1OBJID& oid, const char* text) {
   std::uint64_t top, second;
   if (!parseArc(p, top) || *p++ != '.' || !parseArc(p, second) || top > 2 ||
       (top < 2 && second > 39) || second > UINT64_MAX - 80)
-    ThrowHResult(E_INVALIDARG);
+    ATL::AtlThrow(E_INVALIDARG);
   appendBase128(octets, top * 40 + second);
   while (*p != '\0') {
     std::uint64_t arc;
-    if (*p++ != '.' || !parseArc(p, arc)) ThrowHResult(E_INVALIDARG);
+    if (*p++ != '.' || !parseArc(p, arc)) ATL::AtlThrow(E_INVALIDARG);
     appendBase128(octets, arc);
   }
   oid.data = copyToContext(ctxt, octets.data(), octets.size());
@@ -108,7 +108,7 @@ void ASN1TObjId_traits::set(ASN1CTXT* ctxt, ASN1OBJID& oid, const char* text) {
 }
 
 void ASN1TObjId_traits::get(const ASN1OBJID& oid, std::string& text) {
-  if (!oid2str(text, &oid)) ThrowHResult(E_INVALIDARG);
+  if (!oid2str(text, &oid)) ATL::AtlThrow(E_INVALIDARG);
 }
 
 // Arc by arc, without writing the dotted form out: this runs for every attribute looked up.

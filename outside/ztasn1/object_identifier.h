@@ -4,7 +4,7 @@
 #include <string>
 
 #include "outside/asn1rt/asn1_context.h"
-#include "outside/ztasn1/ztasn1_api.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

@@ -3,6 +3,9 @@
 #include "outside/asn1rt/asn1_buffers.h"
 #include "outside/ztasn1/ztasn1_errors.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace ASN1 {
 
@@ -10,7 +13,7 @@ CBlob toOctetString(const CBlob& octets) {
   ASN1CTXT ctxt;
   DerWriter out(&ctxt);
   out.putOctetString({octets.cbData(), octets.pbData()});
-  if (!out.ok()) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
+  if (!out.ok()) ATL::AtlThrow(CRYPT_E_ASN1_INTERNAL);
   return CBlob(out.data(), static_cast<std::uint32_t>(out.size()));
 }
 
@@ -19,7 +22,7 @@ CBlob fromOctetString(const CBlob& encoded) {
   ASN1CTXT ctxt;
   BerReader in(encoded.pbData(), encoded.cbData(), &ctxt);
   ASN1DynOctStr value;
-  if (!in.readOctetString(value) || !in.finish()) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
+  if (!in.readOctetString(value) || !in.finish()) ATL::AtlThrow(CRYPT_E_ASN1_INTERNAL);
   return CBlob(value.data, value.numocts);
 }
 

@@ -1,8 +1,8 @@
 // Wrapping bytes as an encoded OCTET STRING and unwrapping one.
 #pragma once
 
-#include "outside/ztasn1/ztasn1_api.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

@@ -35,7 +35,7 @@ void ASN1T_PKIStatusInfo_traits::set(ASN1CTXT* ctxt, ASN1T_PKIStatusInfo& target
     target.m.statusStringPresent = 1;
     for (const std::string& line : *lines) {
       auto* item = rtSeqOfAppendNew<const char*>(ctxt, target.statusString);
-      if (item == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+      if (item == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
       *item = copyTextToContext(ctxt, line);
     }
   }

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "outside/asn1/tsp.h"
-#include "outside/ztasn1/ztasn1_api.h"
 #include "outside/ztlib/dll_list.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

@@ -4,6 +4,8 @@
 #include "outside/ztasn1/integer_conversions.h"
 #include "outside/ztasn1/ztasn1_errors.h"
 
+using Zanthorel::BER::DerWriter;
+
 namespace Zanthorel {
 namespace ASN1 {
 namespace {
@@ -56,7 +58,7 @@ void ASN1T_SignerInfo_traits::get(const ASN1T_SignerInfo& source, CSignerInfo& t
     ASN1CTXT ctxt;
     DerWriter out(&ctxt);
     asn1E_Name(out, id.issuer);
-    if (!out.ok()) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
+    if (!out.ok()) ATL::AtlThrow(CRYPT_E_ASN1_INTERNAL);
     result.issuer_ = CBlob(out.data(), static_cast<std::uint32_t>(out.size()));
     result.serialNumber_ = ASN1StringToBigInteger(id.serialNumber);
   } else if (source.sid.t == T_SignerIdentifier_subjectKeyIdentifier) {

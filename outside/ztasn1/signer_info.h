@@ -7,7 +7,7 @@
 #include "outside/ztasn1/algorithm_identifier.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztasn1/big_integer.h"
-#include "outside/ztasn1/ztasn1_api.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 namespace ASN1 {

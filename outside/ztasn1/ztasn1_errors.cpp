@@ -4,12 +4,14 @@
 
 #include "outside/asn1rt/ber_reader.h"
 
+using Zanthorel::BER::BerReader;
+
 namespace Zanthorel {
 namespace ASN1 {
 
 void* allocOrThrow(ASN1CTXT* ctxt, std::size_t count) {
   void* p = rtMemHeapAlloc(&ctxt->heap, count);
-  if (p == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
+  if (p == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
   return p;
 }
 
@@ -29,7 +31,7 @@ void checkSingleElement(const CBlob& bytes) {
   ASN1CTXT scratch;
   BerReader reader(bytes.pbData(), bytes.cbData(), &scratch);
   ASN1OpenType element;
-  if (!reader.readOpenType(element) || !reader.empty()) ThrowHResult(E_INVALIDARG);
+  if (!reader.readOpenType(element) || !reader.empty()) ATL::AtlThrow(E_INVALIDARG);
 }
 
 }  // namespace ASN1

@@ -4,14 +4,12 @@
 #include <cstddef>
 #include <string>
 
-#include "frame/throw_hresult.h"
 #include "outside/asn1rt/asn1_context.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/atl_exception.h"
 
 namespace Zanthorel {
 namespace ASN1 {
-
-using Zanthorel::PKI::TSP::ThrowHResult;
 
 // Memory for `count` bytes from the context; throws CRYPT_E_ASN1_MEMORY when there is none.
 void* allocOrThrow(ASN1CTXT* ctxt, std::size_t count);

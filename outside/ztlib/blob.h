@@ -11,7 +11,7 @@
 
 #include <cstdint>
 
-#include "outside/ztlib/ztlib_api.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 

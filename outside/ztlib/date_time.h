@@ -12,7 +12,7 @@
 #include <cstdint>
 
 #include "outside/ztlib/string_proxy.h"
-#include "outside/ztlib/ztlib_api.h"
+#include "sdk/export.h"
 
 namespace Zanthorel {
 

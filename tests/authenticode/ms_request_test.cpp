@@ -5,8 +5,8 @@
 #include <string>
 
 #include "authenticode/ms_request.h"
-#include "frame/win32.h"
 #include "outside/ztasn1/octet_string.h"
+#include "sdk/win32.h"
 #include "tests/support/test_support.h"
 
 using namespace Zanthorel::PKI::TSP;

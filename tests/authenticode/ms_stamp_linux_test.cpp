@@ -9,6 +9,7 @@
 
 #include "authenticode/ms_stamp.h"
 #include "outside/ztasn1/octet_string.h"
+#include "platform/key_provider.h"
 #include "tests/support/test_support.h"
 #include "tests/support/tsa_fixture.h"
 

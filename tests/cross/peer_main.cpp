@@ -7,7 +7,7 @@
 #include <exception>
 #include <string>
 
-#include "frame/atl_exception.h"
+#include "sdk/atl_exception.h"
 #include "tests/cross/cross_messages.h"
 #include "tests/support/test_support.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "frame/win32.h"
+#include "sdk/win32.h"
 #include "tests/hostile/der_pieces.h"
 #include "tests/hostile/entry_points.h"
 #include "tests/hostile/signed_data_builder.h"

@@ -4,6 +4,8 @@
 
 #include "outside/asn1rt/der_writer.h"
 
+using Zanthorel::BER::DerWriter;
+
 using Zanthorel::CBlob;
 
 namespace hostile_test {

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "frame/win32.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/win32.h"
 
 namespace hostile_test {
 

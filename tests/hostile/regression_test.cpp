@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "frame/win32.h"
 #include "fuzz/targets/fixed_tsa.h"
 #include "fuzz/targets/fuzz_targets.h"
 #include "rfc3161/token.h"
+#include "sdk/win32.h"
 #include "tests/support/test_support.h"
 
 namespace fs = std::filesystem;

@@ -10,6 +10,8 @@
 #include "outside/ztasn1/object_identifier.h"
 #include "tests/hostile/der_pieces.h"
 
+using Zanthorel::BER::DerWriter;
+
 using Zanthorel::CBlob;
 
 namespace hostile_test {

@@ -7,6 +7,8 @@
 #include "outside/asn1/tsp.h"
 #include "tests/support/test_support.h"
 
+using Zanthorel::BER::BerReader;
+
 using Zanthorel::CBlob;
 using zttsp_test::fromHex;
 

@@ -7,6 +7,9 @@
 #include "outside/asn1rt/asn1_buffers.h"
 #include "tests/support/test_support.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 using Zanthorel::CBlob;
 using zttsp_test::toHex;
 

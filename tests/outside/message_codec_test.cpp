@@ -7,6 +7,9 @@
 #include "outside/asn1/tsp.h"
 #include "tests/support/test_support.h"
 
+using Zanthorel::BER::BerReader;
+using Zanthorel::BER::DerWriter;
+
 using Zanthorel::CBlob;
 using zttsp_test::fromHex;
 using zttsp_test::readFile;

@@ -6,6 +6,8 @@
 #include "outside/ztasn1/ztasn1.h"
 #include "tests/support/test_support.h"
 
+using Zanthorel::BER::DerWriter;
+
 using namespace Zanthorel::ASN1;
 using Zanthorel::CBlob;
 using Zanthorel::CDateTime;

@@ -4,6 +4,8 @@
 #include "outside/asn1rt/ber_reader.h"
 #include "tests/platform/platform_fixture.h"
 
+using Zanthorel::BER::BerReader;
+
 namespace platform_test {
 namespace {
 

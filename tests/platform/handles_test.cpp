@@ -1,6 +1,7 @@
 // Provider and message handles: keys, reference counts, last error.
 #include <thread>
 
+#include "platform/key_provider.h"
 #include "tests/platform/platform_fixture.h"
 
 namespace platform_test {

@@ -3,6 +3,8 @@
 
 #include "outside/asn1rt/der_writer.h"
 
+using Zanthorel::BER::DerWriter;
+
 namespace platform_test {
 
 Bytes bytesOf(const Zanthorel::CBlob& blob) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/wincrypt.h"
+#include "sdk/wincrypt.h"
 #include "tests/support/test_signer.h"
 #include "tests/support/test_support.h"
 #include "tests/support/tsa_fixture.h"

@@ -6,7 +6,10 @@
 
 #include "outside/asn1/cms.h"
 #include "outside/ztasn1/object_identifier.h"
+#include "platform/key_provider.h"
 #include "tests/platform/platform_fixture.h"
+
+using Zanthorel::BER::BerReader;
 
 namespace platform_test {
 namespace {

@@ -5,6 +5,8 @@
 #include "outside/asn1rt/ber_reader.h"
 #include "tests/platform/platform_fixture.h"
 
+using Zanthorel::BER::BerReader;
+
 namespace platform_test {
 namespace {
 

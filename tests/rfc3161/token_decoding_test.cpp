@@ -5,10 +5,10 @@
 #include <optional>
 #include <string>
 
-#include "frame/win32.h"
 #include "outside/asn1/signed_data.h"
 #include "rfc3161/request.h"
 #include "rfc3161/token.h"
+#include "sdk/win32.h"
 #include "tests/support/test_support.h"
 #include "tests/support/tsa_fixture.h"
 

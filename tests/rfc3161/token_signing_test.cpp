@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <string>
 
-#include "frame/win32.h"
 #include "rfc3161/token.h"
+#include "sdk/win32.h"
 #include "tests/support/test_support.h"
 #include "tests/support/tsa_fixture.h"
 

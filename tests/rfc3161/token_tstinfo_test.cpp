@@ -11,6 +11,8 @@
 #include "tests/support/test_support.h"
 #include "tests/support/tsa_fixture.h"
 
+using Zanthorel::BER::BerReader;
+
 using namespace Zanthorel::PKI::TSP;
 using tsa_test::pki;
 using tsa_test::shell;

@@ -8,8 +8,8 @@
 
 #include <string>
 
-#include "frame/win32.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/win32.h"
 
 namespace zttsp_test {
 

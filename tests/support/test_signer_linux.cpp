@@ -1,6 +1,7 @@
 // TestSigner in the Linux build: the provider from the platform layer.
 #include <stdexcept>
 
+#include "platform/key_provider.h"
 #include "tests/support/test_signer.h"
 #include "tests/support/test_support.h"
 

@@ -6,6 +6,8 @@
 #include "outside/asn1rt/ber_reader.h"
 #include "tests/support/test_signer.h"
 
+using Zanthorel::BER::BerReader;
+
 namespace zttsp_test {
 namespace {
 

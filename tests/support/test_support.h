@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "frame/atl_exception.h"
 #include "outside/ztlib/blob.h"
+#include "sdk/atl_exception.h"
 
 namespace zttsp_test {
 

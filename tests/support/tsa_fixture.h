@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <string>
 
-#include "frame/win32.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztlib/blob.h"
 #include "rfc3161/token.h"
+#include "sdk/win32.h"
 #include "tests/support/test_signer.h"
 #include "tests/support/test_support.h"
 

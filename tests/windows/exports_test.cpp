@@ -89,7 +89,7 @@ TEST_F(ZttspDll, ImportsOnlyWindowsAndTheOutsideLibraries) {
 // the export check pass by finding nothing.
 TEST(DeclaredExports, ScansClassesAccessBodiesOperatorsAndFreeFunctions) {
   const char header[] = R"(
-    #include "frame/export.h"
+    #include "sdk/export.h"
     namespace Zanthorel {
     namespace PKI { namespace TSP {
     struct CHiddenImpl;                        // forward declaration

@@ -6,7 +6,7 @@
 #pragma once
 
 #ifdef _WIN32
-#error "platform/ stands in for the Windows headers on Linux; include <windows.h> on Windows"
+#error "sdk/windef.h stands in for the Windows headers on Linux; include sdk/win32.h instead"
 #endif
 
 #include <cstddef>

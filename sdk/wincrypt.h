@@ -4,9 +4,8 @@
 // <wincrypt.h>. Types and structures have their Windows x64 layouts; the functions behave as
 // Windows documents them, and are exported from libzttsp.so.
 //
-// Linux-only additions (Windows gets keys from CryptAcquireContext instead):
-//   ZtAcquireContextFromPrivateKey  makes a provider that holds one private key.
-//   ZtGetProviderReferenceCount     reads a provider's reference count, for tests.
+// A Linux caller gets a provider for a private key from platform/key_provider.h (Windows callers
+// use CryptAcquireContext instead).
 //
 // What this layer does where Windows leaves a choice or where it does less than Windows:
 // - Signed messages only: CMSG_SIGNED, whole content, attached; no streaming (pStreamInfo must be
@@ -29,9 +28,9 @@
 
 #include <cstddef>
 
-#include "frame/export.h"
-#include "platform/windef.h"
-#include "platform/winerror.h"
+#include "sdk/export.h"
+#include "sdk/windef.h"
+#include "sdk/winerror.h"
 
 // ---- Handles ----------------------------------------------------------------------------------
 
@@ -418,15 +417,5 @@ ZTTSP_API BOOL WINAPI CryptMsgClose(HCRYPTMSG hCryptMsg);
 // Provider references: every CryptContextAddRef needs its own CryptReleaseContext.
 ZTTSP_API BOOL WINAPI CryptContextAddRef(HCRYPTPROV hProv, DWORD* pdwReserved, DWORD dwFlags);
 ZTTSP_API BOOL WINAPI CryptReleaseContext(HCRYPTPROV hProv, DWORD dwFlags);
-
-// Linux only. Makes a provider holding one PKCS #8 private key, DER or PEM: RSA of 2048 to 4096
-// bits, or ECDSA on P-256, P-384 or P-521. The provider serves the key under AT_SIGNATURE and
-// AT_KEYEXCHANGE, starts with one reference and is released with CryptReleaseContext. Returns
-// FALSE with the last error set on failure: E_INVALIDARG (no key given), NTE_BAD_DATA (no PKCS #8
-// key), NTE_BAD_KEY (another algorithm or size), E_OUTOFMEMORY.
-ZTTSP_API BOOL WINAPI ZtAcquireContextFromPrivateKey(HCRYPTPROV* phProv, const BYTE* pbKey,
-                                                     DWORD cbKey);
-// Linux only, for tests: the provider's current reference count, 0 for an invalid handle.
-ZTTSP_API DWORD WINAPI ZtGetProviderReferenceCount(HCRYPTPROV hProv);
 
 }  // extern "C"

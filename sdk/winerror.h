@@ -2,7 +2,7 @@
 // library and its platform layer report, with the values of the Windows SDK.
 #pragma once
 
-#include "platform/windef.h"
+#include "sdk/windef.h"
 
 #define ERROR_SUCCESS 0L
 #define ERROR_INVALID_HANDLE 6L

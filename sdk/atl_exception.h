@@ -1,4 +1,5 @@
-// ATL::CAtlException: the one error type that leaves the library.
+// ATL::CAtlException and ATL::AtlThrow, as ATL declares them: the one error type that leaves the
+// library, and the way to raise it.
 //
 // It carries exactly one HRESULT, in the public member m_hr, and converts to it. It derives from
 // nothing, so a handler for std::exception does not catch it:
@@ -10,7 +11,7 @@
 //   }
 #pragma once
 
-#include "frame/hresult.h"
+#include "sdk/hresult.h"
 
 namespace ATL {
 
@@ -22,5 +23,10 @@ class CAtlException {
 
   HRESULT m_hr;
 };
+
+// Throws a CAtlException carrying `hr`.
+[[noreturn]] inline void AtlThrow(HRESULT hr) {
+  throw CAtlException(hr);
+}
 
 }  // namespace ATL
