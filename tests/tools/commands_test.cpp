@@ -300,8 +300,8 @@ TEST_F(Commands, CommandLineMistakesGetClearMessages) {
        "holds no TimeStampReq"},
       {"inspect", 2, "name the file to inspect"},
       {"inspect a b", 2, "unexpected argument b"},
-      {"serve -port 70000", 2, "-port takes a TCP port number"},
-      {"serve -port 0 -bind nowhere -data d", 1, "cannot listen on nowhere"},
+      {"serve -port 70000", 2, "-port takes a whole number from 0 to 65535, not 70000"},
+      {"serve -port 0 -bind nowhere -data d", 2, "-bind takes an IPv4 or IPv6 address"},
   };
   for (const auto& mistake : mistakes) {
     SCOPED_TRACE(mistake.arguments);

@@ -30,6 +30,10 @@ class Server {
   // Sends `signal` and returns the exit status, or -1 when the server did not end in time (it is
   // killed then) or was ended by a signal.
   int stop(int signal);
+  // Sends `signal` and leaves the server running.
+  void signal(int signal) const;
+  // Whether the log says `text` `count` times within a bounded wait.
+  bool logs(const std::string& text, std::size_t count = 1) const;
 
  private:
   zttsp_test::TempDir logDir_;
@@ -37,6 +41,9 @@ class Server {
   pid_t pid_ = -1;
   std::string url_;
 };
+
+// How many times `what` occurs in `text`.
+std::size_t occurrences(const std::string& text, const std::string& what);
 
 // `curl` posting FILE to the server as Content-Type TYPE, the answer into OUT, printing
 // "<status> <content type>"; EXTRA goes before the URL.
