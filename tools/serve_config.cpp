@@ -19,7 +19,10 @@ ServeConfig readServeConfig(const Arguments& arguments) {
                        config.address);
   config.dataDir = options.value("data", config.dataDir);
   config.authority = authoritySettings(options);
-  if (options.has("signer") || options.has("inkey")) config.identity = identitySettings(options);
+  if (options.has("signer") || options.has("inkey"))
+    config.identity = identitySettings(options);
+  else if (options.has("chain"))
+    options.refuse("chain", "goes with -signer and -inkey (the development identity has its own)");
   return config;
 }
 

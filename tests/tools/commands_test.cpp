@@ -11,23 +11,17 @@
 
 namespace {
 
+using tool_test::contains;
 using tool_test::zttsp;
 using tsa_test::pki;
 using zttsp_test::CommandResult;
 using zttsp_test::TempDir;
 using zttsp_test::vectorPath;
 
-bool contains(const std::string& text, const std::string& what) {
-  return text.find(what) != std::string::npos;
-}
-
-class Commands : public testing::Test {
+class Commands : public tool_test::InFolder {
  protected:
   // Something to stamp, in the test's folder.
   Commands() { zttsp_test::writeText(dir_.path("stamped.txt"), "stamp me\n"); }
-  // A shell command in the test's folder, which must succeed.
-  std::string sh(const std::string& command) { return zttsp_test::runIn(dir_.path(), command); }
-  CommandResult tool(const std::string& arguments) { return zttsp(arguments, dir_.path()); }
   // `zttsp verify`, expected to say OK.
   void expectVerified(const std::string& arguments) {
     const auto verified = tool("verify " + arguments);
@@ -51,8 +45,6 @@ class Commands : public testing::Test {
   std::string signer(const std::string& name = "rsa") const {
     return " -signer " + pkiFile(name + ".pem") + " -inkey " + pkiFile(name + ".key");
   }
-
-  TempDir dir_;
 };
 
 TEST_F(Commands, OpensslResponsesVerifyWithZttsp) {

@@ -17,15 +17,12 @@
 
 namespace {
 
+using tool_test::contains;
 using tool_test::zttsp;
 using zttsp_test::CommandResult;
 using zttsp_test::TempDir;
 
-bool contains(const std::string& text, const std::string& what) {
-  return text.find(what) != std::string::npos;
-}
-
-class Identity : public testing::Test {
+class Identity : public tool_test::InFolder {
  protected:
   static void SetUpTestSuite() {
     signers_ = std::make_unique<TempDir>();
@@ -42,8 +39,6 @@ class Identity : public testing::Test {
   static std::string reply(const std::string& more) {
     return "reply -queryfile " + signers("request.tsq") + " -out response.tsr" + more;
   }
-  CommandResult tool(const std::string& arguments) { return zttsp(arguments, dir_.path()); }
-  std::string sh(const std::string& command) { return zttsp_test::runIn(dir_.path(), command); }
   // What `command` says, expected to fail with `status` and to say `says`.
   void expectRefused(const std::string& command, const std::string& says, int status = 1) {
     const CommandResult result = tool(command);
@@ -51,7 +46,6 @@ class Identity : public testing::Test {
     EXPECT_TRUE(contains(result.output, says)) << command << "\n" << result.output;
   }
 
-  TempDir dir_;
   static std::unique_ptr<TempDir> signers_;
 };
 
@@ -135,6 +129,12 @@ TEST_F(Identity, ConfigurationFilesHoldEveryOptionAndTheCommandLineWins) {
   ASSERT_EQ(0, tool(query + " -accuracy 2 -policies 1.2.3.4.3").status);
   EXPECT_TRUE(contains(text(), "the requested TSA policy is not supported")) << text();
   EXPECT_TRUE(contains(text(), "policy 1.2.3.4.2 is not accepted (1.2.3.4.1, 1.2.3.4.3)"));
+
+  // The example of docs/ reads, given an identity of the tests.
+  const CommandResult example =
+      tool(reply(identity("good") + " -passin pass:unused -config '" ZTTSP_TOOL_TESTS
+                                    "/../../docs/zttsp.toml'"));
+  EXPECT_EQ(0, example.status) << example.output;
 
   // Every fault names the file, the line and the key; serve writes nothing for them.
   const struct {

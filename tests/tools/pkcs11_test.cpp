@@ -11,6 +11,7 @@
 
 namespace {
 
+using tool_test::contains;
 using tool_test::occurrences;
 using tool_test::Server;
 using tool_test::zttsp;
@@ -18,11 +19,7 @@ using zttsp_test::TempDir;
 
 const std::string kModule = "/usr/lib/softhsm/libsofthsm2.so";
 
-bool contains(const std::string& text, const std::string& what) {
-  return text.find(what) != std::string::npos;
-}
-
-class Token : public testing::Test {
+class Token : public tool_test::InFolder {
  protected:
   static void SetUpTestSuite() {
     token_ = std::make_unique<TempDir>();
@@ -40,9 +37,6 @@ class Token : public testing::Test {
     return " -signer " + token(certificate + ".pem") + " -chain " + token("ca.pem") +
            " -inkey 'pkcs11:token=zttsp;" + uri + "'";
   }
-  std::string sh(const std::string& command) { return zttsp_test::runIn(dir_.path(), command); }
-
-  TempDir dir_;
   static std::unique_ptr<TempDir> token_;
 };
 
@@ -94,7 +88,7 @@ TEST_F(Token, ReplyFindsThePinWhereverItIsGiven) {
   };
   for (const std::string& identity : granted) {
     SCOPED_TRACE(identity);
-    const auto replied = zttsp(reply + " " + identity, dir_.path());
+    const auto replied = tool(reply + " " + identity);
     EXPECT_EQ(0, replied.status) << replied.output;
     EXPECT_TRUE(contains(sh("openssl ts -verify -in response.tsr -queryfile request.tsq "
                             "-CAfile " +
@@ -117,8 +111,7 @@ TEST_F(Token, ReplyFindsThePinWhereverItIsGiven) {
   };
   for (const auto& refusal : refused) {
     SCOPED_TRACE(refusal.identity);
-    const auto replied =
-        zttsp("reply -queryfile request.tsq -out refused.tsr " + refusal.identity, dir_.path());
+    const auto replied = tool("reply -queryfile request.tsq -out refused.tsr " + refusal.identity);
     EXPECT_EQ(1, replied.status) << replied.output;
     EXPECT_TRUE(contains(replied.output, refusal.says)) << replied.output;
   }

@@ -28,6 +28,10 @@ zttsp_test::CommandResult zttsp(const std::string& arguments, const std::string&
   return zttsp_test::run("cd '" + directory + "' && '" ZTTSP_TOOL "' " + arguments);
 }
 
+bool contains(const std::string& text, const std::string& what) {
+  return text.find(what) != std::string::npos;
+}
+
 Server::Server(const std::string& dataDir, const std::string& arguments) : dataDir_(dataDir) {
   std::vector<std::string> words = {ZTTSP_TOOL, "serve", "-port", "0", "-data", dataDir};
   std::istringstream extra(arguments);

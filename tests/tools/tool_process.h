@@ -12,6 +12,22 @@ namespace tool_test {
 // `zttsp ARGUMENTS`, run by the shell in `directory`.
 zttsp_test::CommandResult zttsp(const std::string& arguments, const std::string& directory = ".");
 
+bool contains(const std::string& text, const std::string& what);
+
+// A test with a folder of its own, where its commands run.
+class InFolder : public testing::Test {
+ protected:
+  // A shell command in the folder, which must succeed; its output.
+  std::string sh(const std::string& command) const {
+    return zttsp_test::runIn(dir_.path(), command);
+  }
+  zttsp_test::CommandResult tool(const std::string& arguments) const {
+    return zttsp(arguments, dir_.path());
+  }
+
+  zttsp_test::TempDir dir_;
+};
+
 // `zttsp serve -port 0 ARGUMENTS` with a development identity in `dataDir`, started and waited
 // for until it says where it serves.
 class Server {
