@@ -1,5 +1,6 @@
 #include "tools/pkcs11_key.h"
 
+#include <dlfcn.h>
 #include <libp11.h>
 #include <openssl/crypto.h>
 #include <openssl/err.h>
@@ -30,6 +31,16 @@ std::string queuedReason() {
   return reason != nullptr ? reason : "no reason given";
 }
 
+// Tried before libp11 loads it, which would print the loader's complaint on a line of its own.
+void checkLibrary(const std::string& path) {
+  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr)
+    throw ToolError("cannot load the PKCS #11 module " + path + ": " + dlerror());
+  const bool isModule = dlsym(library, "C_GetFunctionList") != nullptr;
+  dlclose(library);
+  if (!isModule) throw ToolError(path + " is no PKCS #11 module: it has no C_GetFunctionList");
+}
+
 // One loaded module with its slots, unloaded when the last key found in it goes.
 class Module {
  public:
@@ -50,8 +61,8 @@ class Module {
   Module(const Module&) = delete;
   Module& operator=(const Module&) = delete;
   ~Module() {
-    if (slots_ != nullptr) PKCS11_release_all_slots(context_, slots_, count_);
-    if (loaded_) PKCS11_CTX_unload(context_);
+    PKCS11_release_all_slots(context_, slots_, count_);
+    PKCS11_CTX_unload(context_);
     PKCS11_CTX_free(context_);
   }
 
@@ -68,10 +79,11 @@ class Module {
   std::mutex& mutex() { return mutex_; }
 
  private:
-  explicit Module(const std::string& path) : path_(path), context_(PKCS11_CTX_new()) {
+  explicit Module(const std::string& path) : path_(path), context_(nullptr) {
+    checkLibrary(path);
+    context_ = PKCS11_CTX_new();
     if (context_ == nullptr) throw ToolError("out of memory");
-    loaded_ = PKCS11_CTX_load(context_, path.c_str()) == 0;
-    if (!loaded_) {
+    if (PKCS11_CTX_load(context_, path.c_str()) != 0) {
       PKCS11_CTX_free(context_);
       throw ToolError("cannot load the PKCS #11 module " + path + ": " + queuedReason());
     }
@@ -85,7 +97,6 @@ class Module {
 
   std::string path_;
   PKCS11_CTX* context_;
-  bool loaded_ = false;
   PKCS11_SLOT* slots_ = nullptr;
   unsigned count_ = 0;
   std::mutex mutex_;

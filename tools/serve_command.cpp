@@ -18,6 +18,7 @@ namespace {
 // The configuration read again and a new authority made of it, which takes over from the next
 // request on. Anything wrong leaves the one serving in place.
 void reload(const Arguments& arguments, const ServeConfig& running, CurrentAuthority& current) {
+  logLine("SIGHUP: reading the configuration and the identity again");
   std::string failure;
   try {
     const ServeConfig config = readServeConfig(arguments);

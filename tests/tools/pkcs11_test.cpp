@@ -108,6 +108,8 @@ TEST_F(Token, ReplyFindsThePinWhereverItIsGiven) {
        "keys: "},
       {signer("rsa", "object=ec?pin-value=1234") + module, "does not belong to the certificate"},
       {signer("rsa", "colour=blue") + module, "has an attribute zttsp does not know: colour"},
+      {signer("rsa", "object=rsa") + " -pkcs11_module /etc/hostname",
+       "cannot load the PKCS #11 module /etc/hostname"},
   };
   for (const auto& refusal : refused) {
     SCOPED_TRACE(refusal.identity);
