@@ -52,6 +52,15 @@ std::uint32_t magnitudeLength(const ASN1::CBigInteger& integer) {
   return octets.cbData() > 1 && octets.pbData()[0] == 0 ? octets.cbData() - 1 : octets.cbData();
 }
 
+// Whether `encoded`, which decoded to `request`, is its DER: what our encoder writes again.
+bool isDer(const CRequest& request, const CBlob& encoded) noexcept {
+  try {
+    return request.encode() == encoded;
+  } catch (...) {
+    return false;
+  }
+}
+
 }  // namespace
 
 bool TimeStampAuthority::accepts(const std::string& policy) const {
@@ -140,12 +149,12 @@ CResponse TimeStampAuthority::answer(const CBlob& encoded, AnswerNotes* notes) c
   CRequest request;
   try {
     request.decode(encoded);
-    // BER that is not DER is read all the same, as clients of old wrote it; the log says so.
-    if (notes != nullptr) notes->notDer = request.encode() != encoded;
   } catch (const ATL::CAtlException&) {
     return rejection(ASN1::badDataFormat,
                      encoded.empty() ? "the request is empty" : "the request is no TimeStampReq");
   }
+  // BER that is not DER is read all the same, as clients of old wrote it; the log says so.
+  if (notes != nullptr) notes->notDer = !isDer(request, encoded);
   if (auto refusal = refusalOf(request)) return *refusal;
   try {
     const CToken token = tokenFor(request);

@@ -146,6 +146,19 @@ PKCS11_SLOT* tokenSlot(const Pkcs11Uri& uri, const Module& module, const std::st
   return fitting.front();
 }
 
+// The file of a pin-source: a path, or a file URI (file:/etc/pin, file:///etc/pin,
+// file://localhost/etc/pin).
+std::string pinFile(const std::string& source) {
+  if (source.compare(0, 5, "file:") != 0) return source;
+  const std::string rest = source.substr(5);
+  if (rest.compare(0, 2, "//") != 0) return rest;
+  const std::size_t path = rest.find('/', 2);
+  const std::string host = rest.substr(2, path == std::string::npos ? path : path - 2);
+  if (path == std::string::npos || (!host.empty() && host != "localhost"))
+    throw ToolError("pin-source: " + source + " is no local file");
+  return rest.substr(path);
+}
+
 void logIn(PKCS11_SLOT* slot, const Pkcs11Uri& uri, const std::optional<std::string>& pin) {
   const PKCS11_TOKEN* token = slot->token;
   const std::string label = text(token->label);
@@ -157,7 +170,7 @@ void logIn(PKCS11_SLOT* slot, const Pkcs11Uri& uri, const std::optional<std::str
     secret = *value;
   } else if (const std::string* source = uri.find("pin-source")) {
     try {
-      secret = firstLineOfFile(source->compare(0, 5, "file:") == 0 ? source->substr(5) : *source);
+      secret = firstLineOfFile(pinFile(*source));
     } catch (const ToolError& error) {
       throw ToolError(std::string("pin-source: ") + error.what());
     }

@@ -1,6 +1,5 @@
 #include "tools/signing_key.h"
 
-#include <openssl/decoder.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
 
@@ -22,22 +21,20 @@ struct PasswordRequest {
 
 // Gives the -passin password when OpenSSL meets an encrypted key, and notes that it asked: an
 // encrypted key never makes OpenSSL prompt on the terminal.
-int givePassword(char* password, std::size_t size, std::size_t* length, const OSSL_PARAM*,
-                 void* context) {
+int givePassword(char* buffer, int size, int /*writing*/, void* context) {
   auto* request = static_cast<PasswordRequest*>(context);
   request->asked = true;
-  if (!*request->passphrase || (*request->passphrase)->size() > size) return 0;
+  if (!*request->passphrase || (*request->passphrase)->size() > static_cast<std::size_t>(size))
+    return -1;
   const std::string& given = **request->passphrase;
-  std::memcpy(password, given.data(), given.size());
-  *length = given.size();
-  return 1;
+  std::memcpy(buffer, given.data(), given.size());
+  return static_cast<int>(given.size());
 }
 
 bool holdsCertificate(const CBlob& file) {
-  const char* text = reinterpret_cast<const char*>(file.pbData());
-  if (std::string(text, file.cbData()).find("-----BEGIN CERTIFICATE-----") != std::string::npos ||
-      std::string(text, file.cbData()).find("-----BEGIN X509 CERTIFICATE-----") !=
-          std::string::npos)
+  const std::string text(reinterpret_cast<const char*>(file.pbData()), file.cbData());
+  if (text.find("-----BEGIN CERTIFICATE-----") != std::string::npos ||
+      text.find("-----BEGIN X509 CERTIFICATE-----") != std::string::npos)
     return true;
   const unsigned char* cursor = file.pbData();
   const X509Ptr certificate(d2i_X509(nullptr, &cursor, static_cast<long>(file.cbData())));
@@ -46,20 +43,22 @@ bool holdsCertificate(const CBlob& file) {
 
 EvpPkeyPtr readKeyFile(const std::string& path, const std::optional<std::string>& passphrase) {
   const CBlob file = readFile(path);
-  EVP_PKEY* key = nullptr;
   PasswordRequest request{&passphrase};
-  const std::unique_ptr<OSSL_DECODER_CTX, void (*)(OSSL_DECODER_CTX*)> decoder(
-      OSSL_DECODER_CTX_new_for_pkey(&key, nullptr, nullptr, nullptr, EVP_PKEY_KEYPAIR, nullptr,
-                                    nullptr),
-      OSSL_DECODER_CTX_free);
-  const unsigned char* data = file.pbData();
-  std::size_t length = file.cbData();
-  const bool decoded = decoder &&
-                       OSSL_DECODER_CTX_set_passphrase_cb(decoder.get(), givePassword, &request) &&
-                       OSSL_DECODER_from_data(decoder.get(), &data, &length) == 1;
-  EvpPkeyPtr owned(key);
+  // PEM, whatever comes before the key (EC PARAMETERS, a certificate); then DER, an encrypted
+  // PKCS #8 key or a plain one.
+  const BioPtr pem(BIO_new_mem_buf(file.pbData(), static_cast<int>(file.cbData())));
+  EvpPkeyPtr key(pem ? PEM_read_bio_PrivateKey(pem.get(), nullptr, givePassword, &request)
+                     : nullptr);
+  if (!key && !request.asked) {
+    const BioPtr der(BIO_new_mem_buf(file.pbData(), static_cast<int>(file.cbData())));
+    key.reset(der ? d2i_PKCS8PrivateKey_bio(der.get(), nullptr, givePassword, &request) : nullptr);
+  }
+  if (!key && !request.asked) {
+    const unsigned char* cursor = file.pbData();
+    key.reset(d2i_AutoPrivateKey(nullptr, &cursor, static_cast<long>(file.cbData())));
+  }
   ERR_clear_error();
-  if (decoded && owned) return owned;
+  if (key) return key;
   if (request.asked && passphrase)
     throw ToolError("cannot decrypt the key in " + path + ": wrong password (-passin)");
   if (request.asked)

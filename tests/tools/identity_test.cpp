@@ -94,13 +94,17 @@ TEST_F(Identity, EncryptedKeysOpenWithEveryPassinForm) {
      "echo secret > password.txt");
   setenv("ZTTSP_TEST_PASSWORD", "secret", 1);
   const std::string signer = " -signer " + signers("good.pem") + " -inkey ";
-  for (const std::string key : {"pkcs8.pem", "traditional.pem", "pkcs8.der"}) {
-    for (const std::string passin : {"pass:secret", "env:ZTTSP_TEST_PASSWORD", "file:password.txt",
-                                     "fd:3 3<password.txt", "stdin <password.txt"}) {
-      SCOPED_TRACE(key + " " + passin);
-      const CommandResult replied = tool(reply(signer + key + " -passin " + passin));
-      EXPECT_EQ(0, replied.status) << replied.output;
-    }
+  const std::string keys[] = {"pkcs8.pem", "traditional.pem", "pkcs8.der"};
+  const std::string forms[] = {"pass:secret", "env:ZTTSP_TEST_PASSWORD", "file:password.txt",
+                               "fd:3 3<password.txt", "stdin <password.txt"};
+  // Every form, and every kind of key file.
+  for (std::size_t i = 0; i < std::size(forms); ++i) {
+    const std::string& key = keys[i % std::size(keys)];
+    SCOPED_TRACE(key + " " + forms[i]);
+    const CommandResult replied = tool(reply(signer + key + " -passin " + forms[i]));
+    EXPECT_EQ(0, replied.status) << replied.output;
+  }
+  for (const std::string& key : keys) {
     expectRefused(reply(signer + key + " -passin pass:wrong"),
                   "cannot decrypt the key in " + key + ": wrong password (-passin)");
     expectRefused(reply(signer + key), "the key in " + key + " is encrypted: give its password");
@@ -200,6 +204,9 @@ TEST_F(Identity, TheSmallThingsOperatorsMeet) {
   // The address is taken before the identity is made.
   expectRefused("serve -port 0 -bind 192.0.2.1 -data new", "cannot listen on 192.0.2.1 port 0");
   EXPECT_EQ("part\n", sh("ls"));
+  // A key found after other blocks, as in a file holding the certificate too.
+  sh("cat " + signers("good.pem") + " " + signers("signer.key") + " > both.pem");
+  EXPECT_EQ(0, tool(reply(" -signer both.pem -inkey both.pem")).status);
 
   // The folder is the owner's alone, whatever the umask; and IPv6 is served where there is one.
   const mode_t umaskBefore = umask(0);

@@ -82,7 +82,7 @@ TEST_F(Token, ReplyFindsThePinWhereverItIsGiven) {
   const std::string module = " -pkcs11_module " + kModule;
   const std::string granted[] = {
       signer("rsa", "object=rsa?pin-value=1234&module-path=" + kModule),
-      signer("ec", "object=ec;type=private?pin-source=file:" + dir_.path("pin.txt")) + module,
+      signer("ec", "object=ec;type=private?pin-source=file://" + dir_.path("pin.txt")) + module,
       signer("rsa", "object=rsa") + " -passin pass:1234" + module,
       signer("ec", "id=%02") + " -passin file:pin.txt" + module,
   };
