@@ -62,10 +62,11 @@ void checkExtendedKeyUsage(X509* x509, const std::string& path) {
 void checkTimeStampingCertificate(const Certificate& signer, const std::string& path,
                                   const CDateTime& now) {
   X509* x509 = signer.x509();
-  if ((X509_get_extension_flags(x509) & EXFLAG_CA) != 0)
+  // As OpenSSL decides it: CA:TRUE unless a keyUsage without keyCertSign says it cannot issue.
+  if (X509_check_ca(x509) != 0)
     unsuitable(path,
-               "it is a CA certificate (basicConstraints CA:TRUE); time stamps are signed by an "
-               "end-entity certificate");
+               "it is a CA certificate, one that may sign certificates; time stamps are signed by "
+               "an end-entity certificate");
   checkExtendedKeyUsage(x509, path);
   const std::uint32_t keyUsage = X509_get_key_usage(x509);
   if (keyUsage != UINT32_MAX && (keyUsage & (KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION)) == 0)

@@ -13,7 +13,8 @@
 namespace Zanthorel {
 namespace Tools {
 
-// Throws ToolError naming the first fault of the certificate in `path`: a CA certificate; an
+// Throws ToolError naming the first fault of the certificate in `path`: a CA certificate (one
+// that may sign certificates, as X509_check_ca says); an
 // extendedKeyUsage that is missing, not critical or holds more or other than timeStamping; a
 // keyUsage that allows neither digitalSignature nor nonRepudiation; not valid at `now`.
 void checkTimeStampingCertificate(const Certificate& signer, const std::string& path,
