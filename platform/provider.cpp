@@ -97,6 +97,19 @@ BOOL WINAPI ZtAcquireContextFromPrivateKey(HCRYPTPROV* phProv, const BYTE* pbKey
   });
 }
 
+BOOL WINAPI ZtAcquireContextFromKey(HCRYPTPROV* phProv, EVP_PKEY* pKey) {
+  return guardedCall(FALSE, [&]() -> BOOL {
+    if (phProv == nullptr || pKey == nullptr) fail(E_INVALIDARG);
+    *phProv = 0;
+    if (!Zanthorel::Platform::isSupportedKey(pKey)) fail(NTE_BAD_KEY);
+    if (EVP_PKEY_up_ref(pKey) != 1) fail(E_OUTOFMEMORY);
+    EvpPkeyPtr reference(pKey);
+    *phProv = (new Provider(reference.get()))->handle();
+    reference.release();
+    return TRUE;
+  });
+}
+
 DWORD WINAPI ZtGetProviderReferenceCount(HCRYPTPROV hProv) {
   const Provider* provider = Provider::fromHandle(hProv);
   return provider != nullptr ? provider->referenceCount() : 0;

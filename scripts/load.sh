@@ -13,34 +13,8 @@ cd "$(dirname "$0")/.."
 seconds="${1:-10}"
 source scripts/bench_build.sh
 ninja -C "$build" -j2 zttsp-tool zttsp-bench
-zttsp="$build/bin/zttsp"
 cores="$(nproc)"
-
-work="$(mktemp -d)"
-server=""
-cleanup() {
-  [[ -n "$server" ]] && kill "$server" 2>/dev/null && wait "$server" 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
-
-# The request: SHA-256 imprint, nonce, certReq.
-head -c 1000 /dev/urandom >"$work/data"
-openssl ts -query -data "$work/data" -sha256 -cert -out "$work/request.tsq" 2>/dev/null
-
-cat >"$work/post.lua" <<LUA
-wrk.method = "POST"
-wrk.headers["Content-Type"] = "application/timestamp-query"
-local file = io.open("$work/request.tsq", "rb")
-wrk.body = file:read("*a")
-file:close()
-done = function(summary, latency, requests)
-  io.write(string.format("RESULT %.1f %.3f %.3f %d %d\n",
-    summary.requests / (summary.duration / 1e6), latency:percentile(50) / 1e3,
-    latency:percentile(99) / 1e3, summary.errors.status,
-    summary.errors.connect + summary.errors.read + summary.errors.write + summary.errors.timeout))
-end
-LUA
+source scripts/load_common.sh
 
 # A self-signed authority of `kind` (rsa2048 or p256) in $work/<kind>.{crt,key}.
 make_authority() {
@@ -55,44 +29,7 @@ make_authority() {
     -keyout "$work/$kind.key" -out "$work/$kind.crt" 2>/dev/null
 }
 
-start_server() {
-  local kind="$1"
-  "$zttsp" serve -port 0 -signer "$work/$kind.crt" -inkey "$work/$kind.key" \
-    -data "$work/data-$kind" 2>"$work/serve-$kind.log" &
-  server=$!
-  for _ in $(seq 100); do
-    port="$(sed -n 's|.*serving on http://127\.0\.0\.1:\([0-9]*\)/.*|\1|p' "$work/serve-$kind.log")"
-    [[ -n "$port" ]] && return 0
-    sleep 0.1
-  done
-  echo "the server did not start:" >&2
-  cat "$work/serve-$kind.log" >&2
-  exit 1
-}
-
-stop_server() {
-  kill "$server"
-  wait "$server" 2>/dev/null || true
-  server=""
-}
-
 rss_kib() { awk '/^VmRSS:/ { print $2 }' "/proc/$server/status"; }
-
-# Posts the request `count` times one by one; each response must verify with openssl.
-check_responses() {
-  local kind="$1" count="$2" i
-  for i in $(seq "$count"); do
-    curl -sf --data-binary "@$work/request.tsq" -H "Content-Type: application/timestamp-query" \
-      -o "$work/response.tsr" "http://127.0.0.1:$port/"
-    if ! openssl ts -verify -in "$work/response.tsr" -queryfile "$work/request.tsq" \
-      -CAfile "$work/$kind.crt" >"$work/verify.log" 2>&1; then
-      echo "$kind: a response does not verify:" >&2
-      cat "$work/verify.log" >&2
-      exit 1
-    fi
-  done
-  echo "$kind: $count sample responses verify with openssl ts -verify"
-}
 
 # The floors, timed now on this machine: the bare signature and our whole answer, one thread.
 "$build/bin/zttsp-bench" --benchmark_filter='^BM_(RawSign|TokenSign_zttsp)/(rsa2048|p256)$' \
@@ -108,26 +45,21 @@ print(f"{int(sys.argv[3]) / statistics.median(runs):.0f}")
 PY
 }
 
-ratio() { awk -v a="$1" -v b="$2" 'BEGIN { print a / b }'; }
-
 results=()
 memory=()
 for kind in rsa2048 p256; do
   make_authority "$kind"
-  start_server "$kind"
-  check_responses "$kind" 20
+  start_server "$kind" -signer "$work/$kind.crt" -inkey "$work/$kind.key"
+  check_responses "$kind" "$work/$kind.crt" 20
   raw_floor="$(floor_rps "BM_RawSign/$kind")"
   answer_floor="$(floor_rps "BM_TokenSign_zttsp/$kind")"
   for clients in 1 8 64; do
-    threads=$((clients < 2 ? 1 : 2))
-    line="$(wrk -t"$threads" -c"$clients" -d"${seconds}s" --timeout 10s -s "$work/post.lua" \
-      "http://127.0.0.1:$port/" | grep '^RESULT')"
-    read -r _ rps p50 p99 bad failed <<<"$line"
+    read -r rps p50 p99 bad failed <<<"$(wrk_run "$clients" "$seconds")"
     results+=("$(printf '| %-7s | %3d | %8s | %7s | %7s | %5s | %6s | %8s | %5.2f | %8s | %5.2f |' \
       "$kind" "$clients" "$rps" "$p50" "$p99" "$bad" "$failed" "$raw_floor" \
       "$(ratio "$rps" "$raw_floor")" "$answer_floor" "$(ratio "$rps" "$answer_floor")")")
   done
-  check_responses "$kind" 20
+  check_responses "$kind" "$work/$kind.crt" 20
 
   # Memory: warm up, then 100,000 more requests.
   ab -q -k -n 2000 -c 8 -p "$work/request.tsq" -T application/timestamp-query \
@@ -143,7 +75,7 @@ for kind in rsa2048 p256; do
   non2xx="$(awk '/^Non-2xx responses:/ { print $3 }' "$work/ab.log")"
   memory+=("$(printf '| %-7s | %8s | %8s | %+6d | %6s | %6s |' "$kind" "$before" "$after" \
     "$((after - before))" "${failed:-0}" "${non2xx:-0}")")
-  check_responses "$kind" 5
+  check_responses "$kind" "$work/$kind.crt" 5
   stop_server
 done
 

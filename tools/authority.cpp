@@ -1,5 +1,6 @@
 #include "tools/authority.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "authenticode/ms_stamp.h"
@@ -36,18 +37,55 @@ bool nullOrAbsent(const CBlob& parameters) {
                                 parameters.pbData()[1] == 0);
 }
 
+// genTime carries milliseconds: finer would claim more than the clock is worth.
+CDateTime nowInMilliseconds() {
+  const CDateTime now = CDateTime::now();
+  return CDateTime(now.get_seconds(), now.get_nanoseconds() / 1000000 * 1000000);
+}
+
+// The longest nonce granted: 256 bits are more than enough to make a request unique, and a longer
+// one is more likely a mistake or a probe.
+constexpr std::uint32_t kMaxNonceBytes = 32;
+
+std::uint32_t magnitudeLength(const ASN1::CBigInteger& integer) {
+  const CBlob& octets = integer.get_value();
+  return octets.cbData() > 1 && octets.pbData()[0] == 0 ? octets.cbData() - 1 : octets.cbData();
+}
+
+// Whether `encoded`, which decoded to `request`, is its DER: what our encoder writes again.
+bool isDer(const CRequest& request, const CBlob& encoded) noexcept {
+  try {
+    return request.encode() == encoded;
+  } catch (...) {
+    return false;
+  }
+}
+
+}  // namespace
+
+bool TimeStampAuthority::accepts(const std::string& policy) const {
+  return policy == settings_.policy ||
+         std::find(settings_.otherPolicies.begin(), settings_.otherPolicies.end(), policy) !=
+             settings_.otherPolicies.end();
+}
+
 // Why the request cannot be granted, in the order RFC 3161 2.4.2 lists the failures; a null
 // result when it can.
-std::optional<CResponse> refusalOf(const CRequest& request, const std::string& policy) {
+std::optional<CResponse> TimeStampAuthority::refusalOf(const CRequest& request) const {
   if (request.get_version() != 1)
     return rejection(
         ASN1::badDataFormat,
         "request version " + std::to_string(request.get_version()) + " is not supported (only 1)");
   const char* oid = request.get_hashAlgorithm().get_algorithm();
   const HashAlgorithm* algorithm = hashAlgorithmOf(oid);
+  const auto& digests = settings_.digests;
   if (algorithm == nullptr)
-    return rejection(ASN1::badAlg, "hash algorithm " + oidText(oid) +
-                                       " is not supported (sha1, sha224, sha256, sha384, sha512)");
+    return rejection(ASN1::badAlg, "hash algorithm " + oidText(oid) + " is not supported (" +
+                                       hashAlgorithmNames() + ")");
+  if (std::find(digests.begin(), digests.end(), algorithm) == digests.end())
+    return rejection(ASN1::badAlg, std::string("hash algorithm ") + algorithm->name +
+                                       " is not accepted here (" + hashAlgorithmNames(digests) +
+                                       ")");
   if (!nullOrAbsent(request.get_hashAlgorithm().get_parameters()))
     return rejection(ASN1::badAlg,
                      std::string("the ") + algorithm->name + " identifier carries parameters");
@@ -55,9 +93,17 @@ std::optional<CResponse> refusalOf(const CRequest& request, const std::string& p
     return rejection(ASN1::badDataFormat, std::string("a ") + algorithm->name + " imprint is " +
                                               std::to_string(algorithm->length) + " bytes, not " +
                                               std::to_string(request.get_hashedMessage().cbData()));
-  if (request.get_reqPolicy() != nullptr && policy != request.get_reqPolicy())
+  if (request.get_nonce() != nullptr && magnitudeLength(*request.get_nonce()) > kMaxNonceBytes)
+    return rejection(ASN1::badRequest, "the nonce is " +
+                                           std::to_string(magnitudeLength(*request.get_nonce())) +
+                                           " bytes long; nonces of up to " +
+                                           std::to_string(kMaxNonceBytes) + " bytes are accepted");
+  if (request.get_reqPolicy() != nullptr && !accepts(request.get_reqPolicy())) {
+    std::vector<std::string> policies = {settings_.policy};
+    policies.insert(policies.end(), settings_.otherPolicies.begin(), settings_.otherPolicies.end());
     return rejection(ASN1::unacceptedPolicy, std::string("policy ") + request.get_reqPolicy() +
-                                                 " is not supported (only " + policy + ")");
+                                                 " is not accepted (" + joined(policies) + ")");
+  }
   const ASN1::CExtensions* extensions = request.get_extensions();
   if (extensions != nullptr && !extensions->empty())
     return rejection(ASN1::unacceptedExtension, std::string("extension ") +
@@ -65,14 +111,6 @@ std::optional<CResponse> refusalOf(const CRequest& request, const std::string& p
                                                     " is not supported (none is)");
   return std::nullopt;
 }
-
-// genTime carries milliseconds: finer would claim more than the clock is worth.
-CDateTime nowInMilliseconds() {
-  const CDateTime now = CDateTime::now();
-  return CDateTime(now.get_seconds(), now.get_nanoseconds() / 1000000 * 1000000);
-}
-
-}  // namespace
 
 TimeStampAuthority::TimeStampAuthority(SignerIdentity identity, AuthoritySettings settings)
     : identity_(std::move(identity)),
@@ -87,7 +125,9 @@ TimeStampAuthority::TimeStampAuthority(SignerIdentity identity, AuthoritySetting
 
 CToken TimeStampAuthority::tokenFor(const CRequest& request) const {
   const CDateTime genTime = nowInMilliseconds();
-  CToken token(settings_.policy.c_str(), request.get_hashAlgorithm(), request.get_hashedMessage(),
+  const char* policy =
+      request.get_reqPolicy() != nullptr ? request.get_reqPolicy() : settings_.policy.c_str();
+  CToken token(policy, request.get_hashAlgorithm(), request.get_hashedMessage(),
                randomSerialNumber(), genTime, settings_.ordering);
   token.put_nonce(request.get_nonce());
   if (settings_.accuracy) token.put_accuracy(&*settings_.accuracy);
@@ -100,19 +140,22 @@ CToken TimeStampAuthority::tokenFor(const CRequest& request) const {
   signedAttributes.push_back(signingTimeAttribute);
   token.put_signedAttributes(&signedAttributes);
   if (request.get_certReq()) token.put_certificates(&identity_.certificates());
+  const auto turn = identity_.signingTurn();
   token.sign(identity_.provider(), AT_SIGNATURE, identity_.certificate().der(), signatureDigest_);
   return token;
 }
 
-CResponse TimeStampAuthority::answer(const CBlob& encoded) const {
+CResponse TimeStampAuthority::answer(const CBlob& encoded, AnswerNotes* notes) const {
   CRequest request;
   try {
     request.decode(encoded);
   } catch (const ATL::CAtlException&) {
-    return rejection(ASN1::badDataFormat, encoded.empty() ? "the request is empty"
-                                                          : "the request is no DER TimeStampReq");
+    return rejection(ASN1::badDataFormat,
+                     encoded.empty() ? "the request is empty" : "the request is no TimeStampReq");
   }
-  if (auto refusal = refusalOf(request, settings_.policy)) return *refusal;
+  // BER that is not DER is read all the same, as clients of old wrote it; the log says so.
+  if (notes != nullptr) notes->notDer = !isDer(request, encoded);
+  if (auto refusal = refusalOf(request)) return *refusal;
   try {
     const CToken token = tokenFor(request);
     CResponse response;
@@ -139,6 +182,7 @@ CBlob TimeStampAuthority::stamp(const CMSRequest& request) const {
   // The signing time is in whole seconds, as the message carries it.
   CMSStamp stamp(content.get_content(), CDateTime(CDateTime::now().get_seconds(), 0));
   stamp.put_certificates(&identity_.certificates());
+  const auto turn = identity_.signingTurn();
   stamp.sign(identity_.provider(), AT_SIGNATURE, identity_.certificate().der(), signatureDigest_);
   return stamp.encode();
 }

@@ -24,10 +24,17 @@ bool isDottedIdentifier(const std::string& text) {
   return object != nullptr;
 }
 
+bool isDigits(const std::string& text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+    return std::isdigit(static_cast<unsigned char>(c));
+  });
+}
+
 }  // namespace
 
 CommandLine::CommandLine(const std::vector<std::string>& arguments,
-                         const std::vector<OptionDefinition>& options, std::size_t maxPositional) {
+                         const std::vector<OptionDefinition>& options, std::size_t maxPositional)
+    : options_(options) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (argument.size() < 2 || argument[0] != '-') {
@@ -39,9 +46,9 @@ CommandLine::CommandLine(const std::vector<std::string>& arguments,
                                     [&name](const OptionDefinition& o) { return name == o.name; });
     if (known == options.end()) throw UsageError("unknown option " + argument);
     if (!known->takesValue) {
-      values_[name] = "";
+      values_[name] = {};
     } else if (i + 1 < arguments.size()) {
-      values_[name] = arguments[++i];
+      values_[name] = {arguments[++i], ""};
     } else {
       throw UsageError(argument + " needs a value");
     }
@@ -50,9 +57,18 @@ CommandLine::CommandLine(const std::vector<std::string>& arguments,
     throw UsageError("unexpected argument " + positional_[maxPositional]);
 }
 
+void CommandLine::underlay(const std::vector<ConfigSetting>& settings) {
+  for (const ConfigSetting& setting : settings) {
+    const bool known =
+        std::any_of(options_.begin(), options_.end(),
+                    [&setting](const OptionDefinition& o) { return setting.name == o.name; });
+    if (known && !has(setting.name)) values_[setting.name] = {setting.value, setting.origin};
+  }
+}
+
 std::string CommandLine::value(const std::string& name, const std::string& fallback) const {
   const auto found = values_.find(name);
-  return found != values_.end() ? found->second : fallback;
+  return found != values_.end() ? found->second.text : fallback;
 }
 
 std::string CommandLine::required(const std::string& name) const {
@@ -64,8 +80,44 @@ std::string CommandLine::objectIdentifier(const std::string& name,
                                           const std::string& fallback) const {
   const std::string oid = value(name, fallback);
   if (!oid.empty() && !isDottedIdentifier(oid))
-    throw UsageError("-" + name + " takes an object identifier such as 1.2.3.4, not " + oid);
+    refuse(name, "takes an object identifier such as 1.2.3.4, not " + oid);
   return oid;
+}
+
+std::vector<std::string> CommandLine::objectIdentifiers(const std::string& name) const {
+  std::vector<std::string> oids = list(name);
+  for (const std::string& oid : oids)
+    if (!isDottedIdentifier(oid))
+      refuse(name, "takes object identifiers such as 1.2.3.4, not " + oid);
+  return oids;
+}
+
+unsigned long CommandLine::number(const std::string& name, unsigned long fallback,
+                                  unsigned long min, unsigned long max) const {
+  if (!has(name)) return fallback;
+  const std::string text = value(name);
+  const unsigned long number =
+      isDigits(text) && text.size() <= 9 ? std::stoul(text) : max + 1;  // too long: too large
+  if (number < min || number > max)
+    refuse(name, "takes a whole number from " + std::to_string(min) + " to " + std::to_string(max) +
+                     ", not " + text);
+  return number;
+}
+
+std::vector<std::string> CommandLine::list(const std::string& name) const {
+  std::vector<std::string> items;
+  if (!has(name)) return items;
+  std::string item;
+  for (const char c : value(name) + ",") {
+    if (c != ',') {
+      if (!std::isspace(static_cast<unsigned char>(c))) item.push_back(c);
+      continue;
+    }
+    if (item.empty()) refuse(name, "takes a list separated by commas, not " + value(name));
+    items.push_back(std::move(item));
+    item.clear();
+  }
+  return items;
 }
 
 std::string CommandLine::oneOf(std::initializer_list<const char*> names) const {
@@ -78,6 +130,19 @@ std::string CommandLine::oneOf(std::initializer_list<const char*> names) const {
   }
   if (chosen.empty()) throw UsageError("give " + all);
   return chosen;
+}
+
+std::string CommandLine::origin(const std::string& name) const {
+  const auto found = values_.find(name);
+  if (found == values_.end() || found->second.origin.empty()) return "-" + name;
+  return found->second.origin + ": " + name;
+}
+
+void CommandLine::refuse(const std::string& name, const std::string& problem) const {
+  const std::string message = origin(name) + " " + problem;
+  const auto found = values_.find(name);
+  if (found != values_.end() && !found->second.origin.empty()) throw ToolError(message);
+  throw UsageError(message);
 }
 
 }  // namespace Tools

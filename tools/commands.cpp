@@ -4,6 +4,28 @@ namespace Zanthorel {
 namespace Tools {
 namespace {
 
+// The options reply and serve share, joined to their usages as they compile.
+#define AUTHORITY_USAGE                                                                          \
+  "  -config FILE                the options in a TOML file (KEY = VALUE, keys named as the\n"   \
+  "                              options); the command line wins\n"                              \
+  "  -signer CERT -inkey KEY     the authority's certificate and private key: a key file (PEM\n" \
+  "                              or DER, encrypted or not) or a PKCS #11 URI\n"                  \
+  "                              (pkcs11:token=...;object=...?pin-source=...)\n"                 \
+  "  -chain PEM                  the certificates above the signer, sent when asked for\n"       \
+  "  -passin SOURCE              the key's password or the token's PIN: pass:TEXT, env:VAR,\n"   \
+  "                              file:PATH, fd:N or stdin\n"                                     \
+  "  -pkcs11_module PATH         the PKCS #11 module, unless the URI has module-path\n"          \
+  "  -pkcs11_serialize           one signature at a time (for modules that need it)\n"           \
+  "  -expiry_warning DAYS        warn when the certificate runs out this soon (default 30)\n"    \
+  "  -policy OID                 the policy of tokens (default 2.999.1, a placeholder)\n"        \
+  "  -policies OID,...           other policies granted to requests that ask for them\n"         \
+  "  -digests NAME,...           the imprints accepted (default sha1,sha224,sha256,sha384,\n"    \
+  "                              sha512)\n"                                                      \
+  "  -accuracy S[,MS[,US]]       the accuracy of the time\n"                                     \
+  "  -ordering                   promise ordering\n"                                             \
+  "  -tsa_name                   name the authority in the token\n"                              \
+  "  -ess v1|v2|both             the ESS signing-certificate attribute (default v2)\n"
+
 const Command kCommands[] = {
     {"query", "make an RFC 3161 time-stamp request",
      "  (-data FILE | -digest HEX)  what to stamp: a file, or the digest of one\n"
@@ -15,15 +37,8 @@ const Command kCommands[] = {
      queryCommand},
     {"reply", "answer a request with a signed token, or a reasoned rejection",
      "  -queryfile REQ              the request\n"
-     "  -signer CERT -inkey KEY     the authority's certificate and private key (PEM)\n"
-     "  -chain PEM                  certificates above the signer, sent when asked for\n"
-     "  -policy OID                 the authority's policy (default 2.999.1, a placeholder)\n"
-     "  -accuracy S[,MS[,US]]       the accuracy of the time\n"
-     "  -ordering                   promise ordering\n"
-     "  -tsa_name                   name the authority in the token\n"
-     "  -ess v1|v2|both             the ESS signing-certificate attribute (default v2)\n"
      "  -token_out                  write the token instead of the response\n"
-     "  -out FILE                   where to write it (default: standard output)\n",
+     "  -out FILE                   where to write it (default: standard output)\n" AUTHORITY_USAGE,
      replyCommand},
     {"verify", "check a response or token against the data it stamps",
      "  -in FILE [-token_in]        the response, or with -token_in the bare token\n"
@@ -39,11 +54,11 @@ const Command kCommands[] = {
      inspectCommand},
     {"serve", "run an HTTP time-stamp server (RFC 3161 and Authenticode)",
      "  -port N                     the TCP port (default 3161; 0 picks a free one)\n"
-     "  -bind ADDRESS               the IPv4 address to listen on (default 127.0.0.1)\n"
-     "  -signer CERT -inkey KEY     the authority's identity; without them a development CA\n"
-     "  [-chain PEM]                and TSA are made once in the data folder\n"
-     "  -data DIR                   the data folder (default ./zttsp-data)\n"
-     "  -policy, -accuracy, -ordering, -tsa_name, -ess  as for reply\n",
+     "  -bind ADDRESS               the IPv4 or IPv6 address to listen on (default 127.0.0.1;\n"
+     "                              0.0.0.0 or :: for every interface)\n"
+     "  -data DIR                   without -signer: the folder of the development CA and TSA,\n"
+     "                              made once (default ./zttsp-data)\n" AUTHORITY_USAGE
+     "  SIGHUP reads the configuration and the identity again; SIGINT and SIGTERM stop.\n",
      serveCommand},
 };
 

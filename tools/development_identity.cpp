@@ -7,9 +7,11 @@
 
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 #include "tools/files.h"
 #include "tools/openssl_types.h"
+#include "tools/report_values.h"
 #include "tools/tool_error.h"
 
 namespace Zanthorel {
@@ -98,10 +100,22 @@ DevelopmentIdentity developmentIdentity(const std::string& dir) {
   identity.certificate = (fs::path(dir) / "tsa.pem").string();
   identity.key = (fs::path(dir) / "tsa.key").string();
   std::error_code error;
-  if (fs::exists(identity.certificate, error) && fs::exists(identity.key, error)) return identity;
+  std::vector<std::string> present, missing;
+  for (const std::string* file : {&identity.caCertificate, &identity.certificate, &identity.key})
+    (fs::exists(*file, error) ? present : missing).push_back(*file);
+  if (missing.empty()) return identity;
+  // Made anew, the rest would no longer fit what is there: a CA that clients already trust, say.
+  if (!present.empty())
+    throw ToolError("the data folder " + dir + " holds part of a development identity (" +
+                    joined(present) + " but not " + joined(missing) +
+                    "): restore or remove it, or give -signer and -inkey");
 
+  const bool made = !fs::exists(dir, error);
   fs::create_directories(dir, error);
   if (error) throw ToolError("cannot make the folder " + dir + ": " + error.message());
+  // Whatever the umask: the folder holds a private key.
+  if (made) fs::permissions(dir, fs::perms::owner_all, error);
+  if (error) throw ToolError("cannot restrict the folder " + dir + ": " + error.message());
   const EvpPkeyPtr caKey = newRsaKey();
   const X509Ptr ca =
       newCertificate(caKey.get(), "zttsp development CA", nullptr, caKey.get(), 10 * kYear);

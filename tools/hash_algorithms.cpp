@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "tools/openssl_types.h"
+#include "tools/report_values.h"
 #include "tools/tool_error.h"
 
 namespace Zanthorel {
@@ -51,6 +52,20 @@ const HashAlgorithm& sha1() {
 
 const HashAlgorithm& sha256() {
   return kAlgorithms[2];
+}
+
+std::vector<const HashAlgorithm*> allHashAlgorithms() {
+  std::vector<const HashAlgorithm*> all;
+  for (const HashAlgorithm& algorithm : kAlgorithms)
+    all.push_back(&algorithm);
+  return all;
+}
+
+std::string hashAlgorithmNames(const std::vector<const HashAlgorithm*>& algorithms) {
+  std::vector<std::string> names;
+  for (const HashAlgorithm* algorithm : algorithms)
+    names.push_back(algorithm->name);
+  return joined(names);
 }
 
 const HashAlgorithm* hashAlgorithmNamed(const std::string& name) {

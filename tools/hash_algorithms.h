@@ -4,6 +4,7 @@
 #include <openssl/evp.h>
 
 #include <string>
+#include <vector>
 
 #include "frame/algorithm_identifier_ex.h"
 #include "outside/ztlib/blob.h"
@@ -20,6 +21,11 @@ struct HashAlgorithm {
 
 const HashAlgorithm& sha1();
 const HashAlgorithm& sha256();
+// SHA-1 and the SHA-2 family, in that order.
+std::vector<const HashAlgorithm*> allHashAlgorithms();
+// Their names for messages: "sha1, sha224, sha256, sha384, sha512".
+std::string hashAlgorithmNames(
+    const std::vector<const HashAlgorithm*>& algorithms = allHashAlgorithms());
 // Null when the algorithm is not one of SHA-1 and the SHA-2 family.
 const HashAlgorithm* hashAlgorithmNamed(const std::string& name);
 const HashAlgorithm* hashAlgorithmOf(const std::string& oid);

@@ -15,6 +15,7 @@
 #include <new>
 #include <thread>
 
+#include "tools/log.h"
 #include "tools/tool_error.h"
 
 namespace Zanthorel {
@@ -59,18 +60,18 @@ std::string clientAddress(MHD_Connection* connection) {
   return text;
 }
 
-// One line, written at once so that the lines of parallel requests never mix.
+// One line for each request.
 void logExchange(MHD_Connection* connection, const char* method, const char* path,
                  const Exchange& exchange, const HttpResponse& response) {
   const auto micros =
       std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - exchange.start).count();
   const std::string contentType = header(connection, MHD_HTTP_HEADER_CONTENT_TYPE);
   char counts[96];
-  std::snprintf(counts, sizeof counts, " %u %zu>%zu bytes %lld us\n", response.status,
+  std::snprintf(counts, sizeof counts, " %u %zu>%zu bytes %lld us", response.status,
                 exchange.body.size(), response.body.size(), static_cast<long long>(micros));
-  const std::string line = "zttsp: " + clientAddress(connection) + " " + method + " " + path + " " +
-                           (contentType.empty() ? "-" : contentType) + counts;
-  (void)!::write(STDERR_FILENO, line.data(), line.size());
+  logLine(clientAddress(connection) + " " + method + " " + path + " " +
+          (contentType.empty() ? "-" : contentType) + counts +
+          (response.note.empty() ? "" : ", " + response.note));
 }
 
 MHD_Result queue(MHD_Connection* connection, const char* method, const char* path,
@@ -95,6 +96,7 @@ HttpResponse tooLarge(std::size_t limit) {
           "text/plain; charset=utf-8",
           "request body too large: time-stamp requests take at most " + std::to_string(limit) +
               " bytes\n",
+          {},
           {}};
 }
 
@@ -136,7 +138,7 @@ MHD_Result onRequest(void* cls, MHD_Connection* connection, const char* url, con
   try {
     response = state.handler(request);
   } catch (...) {
-    response = {500, "text/plain; charset=utf-8", "internal error\n", {}};
+    response = {500, "text/plain; charset=utf-8", "internal error\n", {}, {}};
   }
   request.body.swap(exchange->body);  // kept for the log line's byte count
   return queue(connection, method, url, *exchange, response);
@@ -151,35 +153,34 @@ void onCompleted(void* /*cls*/, MHD_Connection* /*connection*/, void** context,
 void logLibraryError(void* /*cls*/, const char* format, va_list arguments) {
   char text[512];
   std::vsnprintf(text, sizeof text, format, arguments);
-  const std::string line = std::string("zttsp: http: ") + text;
-  (void)!::write(STDERR_FILENO, line.data(), line.size());
+  std::string line = std::string("http: ") + text;
+  while (!line.empty() && line.back() == '\n')
+    line.pop_back();
+  logLine(line);
 }
 
 }  // namespace
 
-HttpServer::HttpServer(const HttpServerOptions& options, HttpHandler handler)
+HttpServer::HttpServer(ListeningSocket socket, const HttpServerOptions& options,
+                       HttpHandler handler)
     : state_(new State{options, std::move(handler)}) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(options.port));
-  if (options.port > 65535 || inet_pton(AF_INET, options.address.c_str(), &address.sin_addr) != 1)
-    throw ToolError("cannot listen on " + options.address + ":" + std::to_string(options.port) +
-                    ": not an IPv4 address and port");
   if (state_->options.threads == 0)
     state_->options.threads = std::max(1u, std::thread::hardware_concurrency());
+  state_->port = socket.port();
+  const int fd = socket.release();
   errno = 0;
   state_->daemon = MHD_start_daemon(
-      MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG, static_cast<std::uint16_t>(options.port),
-      nullptr, nullptr, onRequest, state_.get(), MHD_OPTION_EXTERNAL_LOGGER, logLibraryError,
-      nullptr, MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_THREAD_POOL_SIZE, state_->options.threads,
-      MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<size_t>(32 * 1024),
-      MHD_OPTION_CONNECTION_TIMEOUT, 30u, MHD_OPTION_NOTIFY_COMPLETED, onCompleted, nullptr,
-      MHD_OPTION_END);
-  if (state_->daemon == nullptr)
-    throw ToolError("cannot listen on " + options.address + ":" + std::to_string(options.port) +
-                    (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()));
-  const MHD_DaemonInfo* info = MHD_get_daemon_info(state_->daemon, MHD_DAEMON_INFO_BIND_PORT);
-  state_->port = info != nullptr ? info->port : options.port;
+      MHD_USE_AUTO_INTERNAL_THREAD | MHD_USE_ERROR_LOG, 0, nullptr, nullptr, onRequest,
+      state_.get(), MHD_OPTION_EXTERNAL_LOGGER, logLibraryError, nullptr, MHD_OPTION_LISTEN_SOCKET,
+      fd, MHD_OPTION_THREAD_POOL_SIZE, state_->options.threads, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
+      static_cast<size_t>(32 * 1024), MHD_OPTION_CONNECTION_TIMEOUT, 30u,
+      MHD_OPTION_NOTIFY_COMPLETED, onCompleted, nullptr, MHD_OPTION_END);
+  if (state_->daemon == nullptr) {
+    const int error = errno;
+    ::close(fd);
+    throw ToolError("cannot start the HTTP server" +
+                    (error != 0 ? std::string(": ") + std::strerror(error) : std::string()));
+  }
 }
 
 HttpServer::~HttpServer() {

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "tools/listening_socket.h"
+
 namespace Zanthorel {
 namespace Tools {
 
@@ -25,22 +27,21 @@ struct HttpResponse {
   std::string contentType;
   std::string body;
   std::vector<std::pair<std::string, std::string>> headers;  // beyond Content-Type
+  std::string note;  // for the log line only: what the client is not told
 };
 
 // Called from the pool's threads at once: it must be safe for that, and must not throw.
 using HttpHandler = std::function<HttpResponse(const HttpRequest&)>;
 
 struct HttpServerOptions {
-  std::string address = "127.0.0.1";  // IPv4; "0.0.0.0" for every interface
-  unsigned port = 3161;               // 0 picks a free one
-  std::size_t maxBody = 64 * 1024;    // larger bodies get 413
-  unsigned threads = 0;               // 0: one per core
+  std::size_t maxBody = 64 * 1024;  // larger bodies get 413
+  unsigned threads = 0;             // 0: one per core
 };
 
 class HttpServer {
  public:
-  // Listens and serves until destroyed. Throws ToolError when it cannot listen.
-  HttpServer(const HttpServerOptions& options, HttpHandler handler);
+  // Serves on `socket` until destroyed. Throws ToolError when the server cannot start.
+  HttpServer(ListeningSocket socket, const HttpServerOptions& options, HttpHandler handler);
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
   // Stops listening and ends every connection.

@@ -3,6 +3,10 @@
 //   zttsp query -data FILE -cert -out request.tsq
 //   zttsp serve -port 3161
 //   zttsp verify -in response.tsr -queryfile request.tsq -CAfile zttsp-data/ca.pem
+#include <microhttpd.h>
+#include <openssl/crypto.h>
+#include <toml++/toml.h>
+
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -19,8 +23,15 @@ namespace {
 void printUsage(std::FILE* out) {
   std::fprintf(out,
                "usage: zttsp COMMAND [options]\n\ncommands:\n%s\n"
-               "zttsp COMMAND -help shows the options of a command.\n",
+               "zttsp COMMAND -help shows the options of a command; zttsp -version the "
+               "version.\n",
                commandList().c_str());
+}
+
+void printVersion() {
+  std::printf("zttsp %s (OpenSSL %s, GNU libmicrohttpd %s, toml++ %d.%d.%d)\n", ZTTSP_VERSION,
+              OpenSSL_version(OPENSSL_FULL_VERSION_STRING), MHD_get_version(), TOML_LIB_MAJOR,
+              TOML_LIB_MINOR, TOML_LIB_PATCH);
 }
 
 void printCommandUsage(std::FILE* out, const Command& command) {
@@ -37,6 +48,10 @@ int main(int argc, char** argv) {
   const std::string name = argv[1];
   if (name == "-help" || name == "--help" || name == "help") {
     printUsage(stdout);
+    return 0;
+  }
+  if (name == "-version" || name == "--version" || name == "version") {
+    printVersion();
     return 0;
   }
   const Command* command = findCommand(name);

@@ -10,16 +10,18 @@ namespace Zanthorel {
 namespace Tools {
 
 int replyCommand(const Arguments& arguments) {
-  const CommandLine options(
-      arguments, authorityOptionsAnd({{"queryfile", true}, {"token_out", false}, {"out", true}}));
+  const CommandLine options = authorityCommandLine(arguments, replyOptions());
   AuthoritySettings settings = authoritySettings(options);
+  const IdentitySettings identity = identitySettings(options);
   const std::string queryFile = options.required("queryfile");
-  const TimeStampAuthority authority(
-      SignerIdentity::load(options.required("signer"), options.required("inkey"),
-                           options.value("chain")),
-      std::move(settings));
+  const TimeStampAuthority authority(SignerIdentity::load(identity), std::move(settings));
+  if (authority.identity().warning())
+    std::fprintf(stderr, "zttsp: warning: %s\n", authority.identity().warning()->c_str());
 
-  const PKI::TSP::CResponse response = authority.answer(readFile(queryFile));
+  AnswerNotes notes;
+  const PKI::TSP::CResponse response = authority.answer(readFile(queryFile), &notes);
+  if (notes.notDer)
+    std::fprintf(stderr, "zttsp: the request is BER, not DER; answered all the same\n");
   const PKI::TSP::CToken* token = response.get_timeStampToken();
   if (token == nullptr) {
     // The rejection is an answer all the same; only a token cannot be written.

@@ -70,6 +70,13 @@ bool fromHexText(const std::string& text, CBlob& bytes) {
   return true;
 }
 
+std::string joined(const std::vector<std::string>& items, const std::string& separator) {
+  std::string text;
+  for (const std::string& item : items)
+    text += (text.empty() ? "" : separator) + item;
+  return text;
+}
+
 std::string isoTime(const CDateTime& time) {
   // "YYYYMMDDhhmmss[.f...]Z" → "YYYY-MM-DDThh:mm:ss[.f...]Z"
   const std::string z = time.getGeneralizedTime().c_str();

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "outside/ztasn1/pki_status_info.h"
 #include "outside/ztlib/blob.h"
@@ -16,6 +17,9 @@ std::string hexText(const CBlob& bytes);
 // Hex digits (white space and colons ignored) to bytes; false when they are not an even number of
 // hex digits.
 bool fromHexText(const std::string& text, CBlob& bytes);
+
+// The items one after the other: "a, b, c".
+std::string joined(const std::vector<std::string>& items, const std::string& separator = ", ");
 
 // "2026-11-23T02:24:46.123Z"; the fraction as the time carries it, left out when zero.
 std::string isoTime(const CDateTime& time);

@@ -1,75 +1,73 @@
-// zttsp serve: the HTTP time-stamp server, until SIGINT or SIGTERM.
+// zttsp serve: the HTTP time-stamp server, until SIGINT or SIGTERM; SIGHUP reloads its
+// configuration and identity.
 #include <signal.h>
 
-#include <cstdio>
-
-#include "tools/authority_options.h"
+#include "sdk/atl_exception.h"
 #include "tools/commands.h"
-#include "tools/development_identity.h"
 #include "tools/http_server.h"
+#include "tools/listening_socket.h"
+#include "tools/log.h"
+#include "tools/report_values.h"
+#include "tools/serve_config.h"
 #include "tools/time_stamp_service.h"
-#include "tools/tool_error.h"
 
 namespace Zanthorel {
 namespace Tools {
 namespace {
 
-unsigned portOption(const CommandLine& options) {
-  const std::string text = options.value("port", "3161");
-  char* end = nullptr;
-  const unsigned long port = std::strtoul(text.c_str(), &end, 10);
-  if (text.empty() || *end != '\0' || port > 65535)
-    throw UsageError("-port takes a TCP port number, not " + text);
-  return static_cast<unsigned>(port);
-}
-
-// The identity given, or the development one of the data folder, said so.
-SignerIdentity identityFor(const CommandLine& options) {
-  if (options.has("signer") || options.has("inkey"))
-    return SignerIdentity::load(options.required("signer"), options.required("inkey"),
-                                options.value("chain"));
-  const DevelopmentIdentity development = developmentIdentity(options.value("data", "zttsp-data"));
-  std::fprintf(stderr,
-               "zttsp: %s the development CA and TSA in %s; clients verify with the CA "
-               "certificate %s (for development only)\n",
-               development.made ? "made" : "using", options.value("data", "zttsp-data").c_str(),
-               development.caCertificate.c_str());
-  return SignerIdentity::load(development.certificate, development.key, development.caCertificate);
+// The configuration read again and a new authority made of it, which takes over from the next
+// request on. Anything wrong leaves the one serving in place.
+void reload(const Arguments& arguments, const ServeConfig& running, CurrentAuthority& current) {
+  logLine("SIGHUP: reading the configuration and the identity again");
+  std::string failure;
+  try {
+    const ServeConfig config = readServeConfig(arguments);
+    current.replace(authorityFor(config));
+    if (config.address != running.address || config.port != running.port)
+      logLine("-bind and -port take effect at a restart; still listening as before");
+    logLine("reloaded");
+    return;
+  } catch (const std::exception& error) {
+    failure = error.what();
+  } catch (const ATL::CAtlException& error) {
+    failure = "the library failed with HRESULT " + hresultText(error.m_hr);
+  }
+  logLine("reload refused, still signing as " + current.get()->identity().description() + ": " +
+          failure);
 }
 
 }  // namespace
 
 int serveCommand(const Arguments& arguments) {
-  const CommandLine options(arguments,
-                            authorityOptionsAnd({{"port", true}, {"bind", true}, {"data", true}}));
-  HttpServerOptions http;
-  http.port = portOption(options);
-  http.address = options.value("bind", http.address);
-  AuthoritySettings settings = authoritySettings(options);
-  const TimeStampAuthority authority(identityFor(options), std::move(settings));
-  const TimeStampService service(authority);
-
-  // Blocked before the server's threads start, so that they inherit the mask and only sigwait
-  // below takes the signals.
-  sigset_t stopSignals;
-  sigemptyset(&stopSignals);
-  sigaddset(&stopSignals, SIGINT);
-  sigaddset(&stopSignals, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+  // Blocked before any thread starts (the server's, a PKCS #11 module's), so that they inherit
+  // the mask and only sigwait below takes the signals.
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int taken : {SIGINT, SIGTERM, SIGHUP})
+    sigaddset(&signals, taken);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   signal(SIGPIPE, SIG_IGN);
+
+  // In this order, so that nothing is written (a development identity) for a server that cannot
+  // start: every option read, then the address taken.
+  const ServeConfig config = readServeConfig(arguments);
+  ListeningSocket socket(config.address, config.port);
+  const std::string url = socket.url();
+  CurrentAuthority current(authorityFor(config));
+  const TimeStampService service(current);
 
   int received = 0;
   {
     const HttpServer server(
-        http, [&service](const HttpRequest& request) { return service.handle(request); });
-    std::fprintf(stderr,
-                 "zttsp: serving on http://%s:%u/ with %u threads (RFC 3161: POST "
-                 "application/timestamp-query; Authenticode: POST application/octet-stream)\n",
-                 http.address.c_str(), server.port(), server.threads());
-    std::fflush(stderr);
-    sigwait(&stopSignals, &received);
+        std::move(socket), HttpServerOptions(),
+        [&service](const HttpRequest& request) { return service.handle(request); });
+    logLine("serving on " + url + " with " + std::to_string(server.threads()) +
+            " threads (RFC 3161: POST application/timestamp-query; Authenticode: POST "
+            "application/octet-stream)");
+    while (sigwait(&signals, &received) == 0 && received == SIGHUP)
+      reload(arguments, config, current);
   }
-  std::fprintf(stderr, "zttsp: stopped on %s\n", received == SIGINT ? "SIGINT" : "SIGTERM");
+  logLine(std::string("stopped on ") + (received == SIGINT ? "SIGINT" : "SIGTERM"));
   return 0;
 }
 

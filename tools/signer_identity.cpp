@@ -1,91 +1,77 @@
 #include "tools/signer_identity.h"
 
 #include <openssl/err.h>
-#include <openssl/pem.h>
 
 #include <utility>
 
 #include "platform/key_provider.h"
 #include "tools/files.h"
+#include "tools/report_values.h"
+#include "tools/signer_checks.h"
 #include "tools/tool_error.h"
 
 namespace Zanthorel {
 namespace Tools {
-namespace {
 
-// An encrypted key would make OpenSSL ask for a password on the terminal; refuse it instead.
-int refusePassword(char*, int, int, void*) {
-  return -1;
-}
-
-EvpPkeyPtr readPrivateKey(const std::string& path) {
-  const CBlob file = readFile(path);
-  const BioPtr bio(BIO_new_mem_buf(file.pbData(), static_cast<int>(file.cbData())));
-  EvpPkeyPtr key(bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, refusePassword, nullptr)
-                     : nullptr);
-  if (!key) {
-    const unsigned char* cursor = file.pbData();
-    key.reset(d2i_AutoPrivateKey(nullptr, &cursor, static_cast<long>(file.cbData())));
-  }
-  ERR_clear_error();
-  if (!key)
-    throw ToolError(path +
-                    " holds no private key (encrypted keys are not read: decrypt it with "
-                    "openssl pkey)");
-  return key;
-}
-
-// The key as PKCS #8 DER, the form the platform layer takes.
-CBlob pkcs8Of(EVP_PKEY* key) {
-  const Pkcs8Ptr info(EVP_PKEY2PKCS8(key));
-  unsigned char* der = nullptr;
-  const int length = info ? i2d_PKCS8_PRIV_KEY_INFO(info.get(), &der) : -1;
-  if (length <= 0) throw ToolError("cannot convert the private key to PKCS #8");
-  CBlob bytes(der, static_cast<std::uint32_t>(length));
-  OPENSSL_clear_free(der, static_cast<std::size_t>(length));
-  return bytes;
-}
-
-}  // namespace
-
-SignerIdentity SignerIdentity::load(const std::string& certificatePath, const std::string& keyPath,
-                                    const std::string& chainPath) {
-  Certificate certificate(readCertificates(certificatePath).front());
-  const EvpPkeyPtr key = readPrivateKey(keyPath);
-  if (X509_check_private_key(certificate.x509(), key.get()) != 1) {
-    ERR_clear_error();
-    throw ToolError("the key in " + keyPath + " does not belong to the certificate in " +
-                    certificatePath);
-  }
+SignerIdentity SignerIdentity::load(const IdentitySettings& settings) {
+  const CDateTime now = CDateTime::now();
+  Certificate certificate(readCertificates(settings.certificate).front());
+  checkTimeStampingCertificate(certificate, settings.certificate, now);
   CBlobList certificates;
   certificates.push_back(certificate.der());
-  if (!chainPath.empty()) {
-    for (CBlob& der : readCertificates(chainPath))
-      if (der != certificate.der()) certificates.push_back(std::move(der));
+  if (!settings.chain.empty())
+    for (CBlob& der : issuingChain(certificate, readCertificates(settings.chain), settings.chain))
+      certificates.push_back(std::move(der));
+
+  SigningKey key = loadSigningKey(settings.key);
+  if (X509_check_private_key(certificate.x509(), key.key.get()) != 1) {
+    ERR_clear_error();
+    throw ToolError("the key " + key.description + " does not belong to the certificate in " +
+                    settings.certificate);
   }
-  CBlob pkcs8 = pkcs8Of(key.get());
   HCRYPTPROV provider = 0;
-  const BOOL acquired = ZtAcquireContextFromPrivateKey(&provider, pkcs8.pbData(), pkcs8.cbData());
-  OPENSSL_cleanse(pkcs8.pbData(), pkcs8.cbData());
-  if (!acquired)
-    throw ToolError("the key in " + keyPath +
+  if (!ZtAcquireContextFromKey(&provider, key.key.get()))
+    throw ToolError("the key " + key.description +
                     " cannot sign here (RSA of 2048 to 4096 bits, or ECDSA on P-256, P-384 or "
                     "P-521)");
-  return SignerIdentity(provider, std::move(certificate), std::move(certificates));
+  SignerIdentity identity(provider, std::move(key.module), std::move(certificate),
+                          std::move(certificates));
+  identity.keyDescription_ = key.description;
+  identity.warning_ =
+      expiryWarning(identity.certificate_, settings.certificate, now, settings.expiryWarningDays);
+  if (settings.serialSigning) identity.serial_ = std::make_unique<std::mutex>();
+  return identity;
 }
 
-SignerIdentity::SignerIdentity(HCRYPTPROV provider, Certificate certificate, CBlobList certificates)
+SignerIdentity::SignerIdentity(HCRYPTPROV provider, std::shared_ptr<const void> module,
+                               Certificate certificate, CBlobList certificates)
     : provider_(provider),
+      module_(std::move(module)),
       certificate_(std::move(certificate)),
       certificates_(std::move(certificates)) {}
 
 SignerIdentity::SignerIdentity(SignerIdentity&& other) noexcept
     : provider_(std::exchange(other.provider_, 0)),
+      module_(std::move(other.module_)),
       certificate_(std::move(other.certificate_)),
-      certificates_(std::move(other.certificates_)) {}
+      certificates_(std::move(other.certificates_)),
+      keyDescription_(std::move(other.keyDescription_)),
+      warning_(std::move(other.warning_)),
+      serial_(std::move(other.serial_)) {}
 
 SignerIdentity::~SignerIdentity() {
   if (provider_ != 0) CryptReleaseContext(provider_, 0);
+}
+
+std::unique_lock<std::mutex> SignerIdentity::signingTurn() const {
+  return serial_ ? std::unique_lock<std::mutex>(*serial_) : std::unique_lock<std::mutex>();
+}
+
+std::string SignerIdentity::description() const {
+  return nameText(certificate_.subjectName()) + ", serial " +
+         hexText(certificate_.serialNumber().get_value()) + ", valid until " +
+         isoTime(certificate_.notAfter()) + ", key " + keyDescription_ +
+         (serial_ ? " (one signature at a time)" : "");
 }
 
 }  // namespace Tools

@@ -21,7 +21,7 @@ const char kHowTo[] =
     "application/octet-stream";
 
 HttpResponse text(unsigned status, const std::string& line) {
-  return {status, kText, line + "\n", {}};
+  return {status, kText, line + "\n", {}, {}};
 }
 
 CBlob blobOf(const std::string& bytes) {
@@ -94,27 +94,33 @@ HttpResponse TimeStampService::handle(const HttpRequest& request) const {
     return refused;
   }
   const std::string type = mediaType(request.contentType);
-  if (type == kQuery || type == kOldQuery || type == kOldReply) return rfc3161(request);
-  if (type == kOctetStream) return authenticode(request);
+  // Held to the end of the request: a reload meanwhile does not take it away.
+  const std::shared_ptr<const TimeStampAuthority> authority = authority_.get();
+  if (type == kQuery || type == kOldQuery || type == kOldReply) return rfc3161(request, *authority);
+  if (type == kOctetStream) return authenticode(request, *authority);
   return text(415, "unsupported media type " +
                        (type.empty() ? std::string("(none)") : request.contentType) + ": " +
                        guessedEndpoint(request.body));
 }
 
-HttpResponse TimeStampService::rfc3161(const HttpRequest& request) const {
+HttpResponse TimeStampService::rfc3161(const HttpRequest& request,
+                                       const TimeStampAuthority& authority) const {
   try {
-    const PKI::TSP::CResponse response = authority_.answer(blobOf(request.body));
+    AnswerNotes notes;
+    const PKI::TSP::CResponse response = authority.answer(blobOf(request.body), &notes);
     const CBlob der = response.encode();
     return {200,
             replyTypeFor(request.contentType, request.accept),
             std::string(reinterpret_cast<const char*>(der.pbData()), der.cbData()),
-            {}};
+            {},
+            notes.notDer ? "request in BER, not DER" : ""};
   } catch (const ATL::CAtlException& error) {
     return text(500, "cannot encode the response (" + hresultText(error.m_hr) + ")");
   }
 }
 
-HttpResponse TimeStampService::authenticode(const HttpRequest& request) const {
+HttpResponse TimeStampService::authenticode(const HttpRequest& request,
+                                            const TimeStampAuthority& authority) const {
   PKI::TSP::CMSRequest stampRequest;
   if (!authenticodeRequestIn(request.body, stampRequest)) {
     if (isTimeStampReq(request.body))
@@ -125,7 +131,7 @@ HttpResponse TimeStampService::authenticode(const HttpRequest& request) const {
   }
   try {
     // osslsigncode's OpenSSL 3 client insists on this exact type, without parameters.
-    return {200, kOctetStream, toBase64(authority_.stamp(stampRequest)), {}};
+    return {200, kOctetStream, toBase64(authority.stamp(stampRequest)), {}, {}};
   } catch (const RequestRefused& refused) {
     return text(400, refused.what());
   } catch (const ATL::CAtlException& error) {

@@ -13,7 +13,7 @@
 
 #include <string>
 
-#include "tools/authority.h"
+#include "tools/current_authority.h"
 #include "tools/http_server.h"
 
 namespace Zanthorel {
@@ -31,16 +31,16 @@ bool authenticodeRequestIn(const std::string& body, PKI::TSP::CMSRequest& reques
 
 class TimeStampService {
  public:
-  explicit TimeStampService(const TimeStampAuthority& authority) : authority_(authority) {}
+  explicit TimeStampService(const CurrentAuthority& authority) : authority_(authority) {}
 
   // Safe to call from many threads at once; never throws.
   HttpResponse handle(const HttpRequest& request) const;
 
  private:
-  HttpResponse rfc3161(const HttpRequest& request) const;
-  HttpResponse authenticode(const HttpRequest& request) const;
+  HttpResponse rfc3161(const HttpRequest& request, const TimeStampAuthority& authority) const;
+  HttpResponse authenticode(const HttpRequest& request, const TimeStampAuthority& authority) const;
 
-  const TimeStampAuthority& authority_;
+  const CurrentAuthority& authority_;
 };
 
 }  // namespace Tools

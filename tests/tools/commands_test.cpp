@@ -11,23 +11,17 @@
 
 namespace {
 
+using tool_test::contains;
 using tool_test::zttsp;
 using tsa_test::pki;
 using zttsp_test::CommandResult;
 using zttsp_test::TempDir;
 using zttsp_test::vectorPath;
 
-bool contains(const std::string& text, const std::string& what) {
-  return text.find(what) != std::string::npos;
-}
-
-class Commands : public testing::Test {
+class Commands : public tool_test::InFolder {
  protected:
   // Something to stamp, in the test's folder.
   Commands() { zttsp_test::writeText(dir_.path("stamped.txt"), "stamp me\n"); }
-  // A shell command in the test's folder, which must succeed.
-  std::string sh(const std::string& command) { return zttsp_test::runIn(dir_.path(), command); }
-  CommandResult tool(const std::string& arguments) { return zttsp(arguments, dir_.path()); }
   // `zttsp verify`, expected to say OK.
   void expectVerified(const std::string& arguments) {
     const auto verified = tool("verify " + arguments);
@@ -51,8 +45,6 @@ class Commands : public testing::Test {
   std::string signer(const std::string& name = "rsa") const {
     return " -signer " + pkiFile(name + ".pem") + " -inkey " + pkiFile(name + ".key");
   }
-
-  TempDir dir_;
 };
 
 TEST_F(Commands, OpensslResponsesVerifyWithZttsp) {
@@ -300,8 +292,8 @@ TEST_F(Commands, CommandLineMistakesGetClearMessages) {
        "holds no TimeStampReq"},
       {"inspect", 2, "name the file to inspect"},
       {"inspect a b", 2, "unexpected argument b"},
-      {"serve -port 70000", 2, "-port takes a TCP port number"},
-      {"serve -port 0 -bind nowhere -data d", 1, "cannot listen on nowhere"},
+      {"serve -port 70000", 2, "-port takes a whole number from 0 to 65535, not 70000"},
+      {"serve -port 0 -bind nowhere -data d", 2, "-bind takes an IPv4 or IPv6 address"},
   };
   for (const auto& mistake : mistakes) {
     SCOPED_TRACE(mistake.arguments);

@@ -11,6 +11,7 @@
 namespace {
 
 using tool_test::curlPost;
+using tool_test::occurrences;
 using tool_test::Server;
 using tool_test::zttsp;
 using zttsp_test::run;
@@ -20,13 +21,6 @@ using zttsp_test::vectorPath;
 const char kQuery[] = "application/timestamp-query";
 const char kReply[] = "application/timestamp-reply";
 const char kOctets[] = "application/octet-stream";
-
-std::size_t count(const std::string& text, const std::string& what) {
-  std::size_t n = 0;
-  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-    ++n;
-  return n;
-}
 
 // A server, stopped by `signal`: it says so and ends with status 0.
 void expectCleanStop(Server& server, int signal, const char* name) {
@@ -109,11 +103,11 @@ TEST_F(Serve, ManyClientsAtOnceAllGetValidTokens) {
       sh("for i in $(seq 16); do curl -s --max-time 20 -H 'Content-Type: " + std::string(kQuery) +
          "' --data-binary @request.tsq -o r$i.tsr -w '%{http_code}\\n' " + server().url() +
          " & done; wait");
-  EXPECT_EQ(16u, count(statuses, "200")) << statuses;
+  EXPECT_EQ(16u, occurrences(statuses, "200")) << statuses;
   const std::string verified =
       sh("for i in $(seq 16); do openssl ts -verify -in r$i.tsr -queryfile request.tsq -CAfile '" +
          server().caFile() + "' 2>&1; done");
-  EXPECT_EQ(16u, count(verified, "Verification: OK")) << verified;
+  EXPECT_EQ(16u, occurrences(verified, "Verification: OK")) << verified;
 }
 
 TEST_F(Serve, OsslsigncodeStampsAPeFileBothWays) {
@@ -158,7 +152,7 @@ TEST_F(Serve, RefusesBadRequestsRightlyAndKeepsServing) {
      "head -c 70000 /dev/zero > oversized && "
      "openssl base64 -A -in '" +
      vectorPath("authenticode-tsreq-signtool.der") + "' -out legacy.b64");
-  const std::size_t before = count(server().log(), " POST / ");
+  const std::size_t before = occurrences(server().log(), " POST / ");
 
   // RFC 3161 refusals are TimeStampResp rejections, sent as normal replies.
   const struct {
@@ -212,16 +206,26 @@ TEST_F(Serve, RefusesBadRequestsRightlyAndKeepsServing) {
   // One line for each request, with its status.
   const std::string log = server().log();
   const std::size_t puts = 1, goods = 1;
-  EXPECT_EQ(before + std::size(rejected) + std::size(errors) - puts + goods, count(log, " POST / "))
+  EXPECT_EQ(before + std::size(rejected) + std::size(errors) - puts + goods,
+            occurrences(log, " POST / "))
       << log;
   EXPECT_TRUE(std::regex_search(log, std::regex(" PUT / application/timestamp-query 405 "))) << log;
+}
+
+TEST_F(Serve, AnswersRequestsInBerAndLogsThem) {
+  // The outer length in two octets where DER has one.
+  sh("openssl ts -query -data stamped.txt -cert -out der.tsq && (printf '\\060\\201'; tail -c +2 "
+     "der.tsq) > ber.tsq");
+  EXPECT_EQ(std::string("200 ") + kReply, post(kQuery, "ber.tsq", "ber.tsr"));
+  EXPECT_NE(std::string::npos, statusOf("ber.tsr").find("Status: Granted."));
+  EXPECT_EQ(1u, occurrences(server().log(), " us, request in BER, not DER")) << server().log();
 }
 
 // The suite's server made the identity; a second server on the same folder takes it up.
 TEST_F(Serve, KeepsItsDevelopmentIdentityAndStopsCleanlyOnSignals) {
   EXPECT_NE(std::string::npos, server().log().find("made the development CA")) << server().log();
   // One line tells that it is ready, and where.
-  EXPECT_EQ(1u, count(server().log(), "serving on http://127.0.0.1:"));
+  EXPECT_EQ(1u, occurrences(server().log(), "serving on http://127.0.0.1:"));
   Server second(server().dataDir());
   EXPECT_NE(std::string::npos, second.log().find("using the development CA")) << second.log();
   EXPECT_EQ(zttsp_test::readText(server().caFile()), zttsp_test::readText(second.caFile()));
@@ -251,7 +255,7 @@ TEST(ServeLifetime, ServesWithAGivenSignerAndChain) {
                               "openssl ts -verify -in response.tsr -queryfile request.tsq "
                               "-CAfile ca.pem 2>&1")
                 .find("Verification: OK"));
-  EXPECT_EQ(2u, count(zttsp("inspect response.tsr", dir.path()).output, "notAfter"));
+  EXPECT_EQ(2u, occurrences(zttsp("inspect response.tsr", dir.path()).output, "notAfter"));
   expectCleanStop(server, SIGTERM, "SIGTERM");
 }
 

@@ -28,6 +28,10 @@ zttsp_test::CommandResult zttsp(const std::string& arguments, const std::string&
   return zttsp_test::run("cd '" + directory + "' && '" ZTTSP_TOOL "' " + arguments);
 }
 
+bool contains(const std::string& text, const std::string& what) {
+  return text.find(what) != std::string::npos;
+}
+
 Server::Server(const std::string& dataDir, const std::string& arguments) : dataDir_(dataDir) {
   std::vector<std::string> words = {ZTTSP_TOOL, "serve", "-port", "0", "-data", dataDir};
   std::istringstream extra(arguments);
@@ -55,7 +59,7 @@ Server::Server(const std::string& dataDir, const std::string& arguments) : dataD
     _exit(127);
   }
 
-  const std::regex ready("serving on (http://127\\.0\\.0\\.1:[0-9]+/)");
+  const std::regex ready("serving on (http://[^ ]+/)");
   const auto deadline = Clock::now() + kStartTimeout;
   for (;;) {
     const std::string text = log();
@@ -81,6 +85,19 @@ Server::~Server() {
   if (pid_ > 0) stop(SIGTERM);
 }
 
+void Server::signal(int signal) const {
+  if (pid_ > 0) kill(pid_, signal);
+}
+
+bool Server::logs(const std::string& text, std::size_t count) const {
+  const auto deadline = Clock::now() + kStartTimeout;
+  for (;;) {
+    if (occurrences(log(), text) >= count) return true;
+    if (Clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+}
+
 std::string Server::log() const {
   return zttsp_test::readText(logDir_.path("serve.log"));
 }
@@ -103,9 +120,16 @@ int Server::stop(int signal) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+std::size_t occurrences(const std::string& text, const std::string& what) {
+  std::size_t n = 0;
+  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+    ++n;
+  return n;
+}
+
 std::string curlPost(const Server& server, const std::string& type, const std::string& file,
                      const std::string& out, const std::string& extra) {
-  return zttsp_test::run("curl -s -S --max-time 20 -H 'Content-Type: " + type +
+  return zttsp_test::run("curl -g -s -S --max-time 20 -H 'Content-Type: " + type +
                          "' --data-binary '@" + file + "' -o '" + out +
                          "' -w '%{http_code} %{content_type}' " + extra + " " + server.url())
       .output;
