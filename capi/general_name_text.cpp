@@ -22,7 +22,7 @@ std::string hexOf(const std::uint8_t* data, std::size_t length) {
   return text;
 }
 
-// The attribute types RFC 4514 names, and those that TSA certificates commonly carry.
+// The attribute types RFC 4514 names, and others as OpenSSL names them in RFC 2253 text.
 std::string attributeType(const ASN1OBJID& type) {
   static const char* const kNames[][2] = {{"2.5.4.3", "CN"},
                                           {"2.5.4.7", "L"},
@@ -33,9 +33,13 @@ std::string attributeType(const ASN1OBJID& type) {
                                           {"2.5.4.9", "STREET"},
                                           {"0.9.2342.19200300.100.1.25", "DC"},
                                           {"0.9.2342.19200300.100.1.1", "UID"},
+                                          {"2.5.4.4", "SN"},
                                           {"2.5.4.5", "serialNumber"},
-                                          {"1.2.840.113549.1.9.1", "emailAddress"},
-                                          {"2.5.4.97", "organizationIdentifier"}};
+                                          {"2.5.4.12", "title"},
+                                          {"2.5.4.13", "description"},
+                                          {"2.5.4.42", "GN"},
+                                          {"2.5.4.97", "organizationIdentifier"},
+                                          {"1.2.840.113549.1.9.1", "emailAddress"}};
   for (const auto& entry : kNames)
     if (ASN1::oidEquals(type, entry[0])) return entry[1];
   std::string dotted;

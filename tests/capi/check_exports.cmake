@@ -1,0 +1,23 @@
+# nm -D of libzttsp: the functions FUNCTIONS (comma separated) are defined under their plain
+# names, and no other zttsp_ symbol is exported.
+execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols
+                RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "${NM} failed on ${LIBRARY}")
+endif()
+string(REPLACE "," ";" functions "${FUNCTIONS}")
+list(LENGTH functions expected)
+if(expected LESS 60)
+  message(FATAL_ERROR "only ${expected} functions given")
+endif()
+foreach(function ${functions})
+  if(NOT symbols MATCHES " T ${function}\n")
+    message(FATAL_ERROR "${function} is not exported with C linkage")
+  endif()
+endforeach()
+string(REGEX MATCHALL " [A-Za-z] zttsp_[A-Za-z0-9_]*" exported "${symbols}")
+list(LENGTH exported count)
+if(NOT count EQUAL expected)
+  message(FATAL_ERROR "${count} zttsp_ symbols exported, ${expected} declared: ${exported}")
+endif()
+message("${count} C functions exported by their plain names")
