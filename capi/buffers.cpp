@@ -42,18 +42,18 @@ void* handOut(const void* source, std::size_t size) {
 
 }  // namespace
 
-BytesOut::BytesOut(std::uint8_t** data, std::size_t* length, const char* name)
+BytesResult::BytesResult(std::uint8_t** data, std::size_t* length, const char* name)
     : data_(&outArgument(data, name)), length_(&outArgument(length, "length")) {}
 
-void BytesOut::give(const CBlob* bytes) {
+void BytesResult::give(const CBlob* bytes) {
   if (bytes == nullptr) return;
   *data_ = static_cast<std::uint8_t*>(handOut(bytes->pbData(), bytes->cbData()));
   *length_ = bytes->cbData();
 }
 
-TextOut::TextOut(char** text, const char* name) : text_(&outArgument(text, name)) {}
+TextResult::TextResult(char** text, const char* name) : text_(&outArgument(text, name)) {}
 
-void TextOut::give(const char* text) {
+void TextResult::give(const char* text) {
   if (text == nullptr) return;
   *text_ = static_cast<char*>(handOut(text, std::strlen(text) + 1));
 }

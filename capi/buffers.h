@@ -13,9 +13,9 @@ namespace Zanthorel {
 namespace CApi {
 
 // A pair of out-parameters for bytes: checked and cleared at construction, filled by give.
-class BytesOut {
+class BytesResult {
  public:
-  BytesOut(std::uint8_t** data, std::size_t* length, const char* name);
+  BytesResult(std::uint8_t** data, std::size_t* length, const char* name);
   // Absent bytes give NULL; present ones, even none, a buffer.
   void give(const CBlob* bytes);
   void give(const CBlob& bytes) { give(&bytes); }
@@ -26,9 +26,9 @@ class BytesOut {
 };
 
 // An out-parameter for text.
-class TextOut {
+class TextResult {
  public:
-  TextOut(char** text, const char* name);
+  TextResult(char** text, const char* name);
   // Null gives NULL.
   void give(const char* text);
   void give(const std::string& text) { give(text.c_str()); }

@@ -37,7 +37,7 @@ template <class Handle>
 zttsp_result certificateCall(const char* function, const Handle* handle, std::size_t index,
                              std::uint8_t** certificate, std::size_t* length) noexcept {
   return runCall(function, [&] {
-    BytesOut out(certificate, length, "certificate");
+    BytesResult out(certificate, length, "certificate");
     const Use<Handle> object(handle);
     out.give(certificateAt(object->get_certificates(), index));
   });

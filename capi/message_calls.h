@@ -29,7 +29,7 @@ template <class Handle>
 zttsp_result encodeCall(const char* function, const Handle* handle, std::uint8_t** der,
                         std::size_t* length) noexcept {
   return runCall(function, [&] {
-    BytesOut out(der, length, "der");
+    BytesResult out(der, length, "der");
     const Use<Handle> object(handle);
     out.give(object->encode());
   });

@@ -34,7 +34,7 @@ zttsp_result zttsp_ms_request_release(zttsp_ms_request* request) {
 
 zttsp_result zttsp_ms_request_get_type(const zttsp_ms_request* request, char** oid) {
   return runCall(__func__, [&] {
-    TextOut out(oid, "oid");
+    TextResult out(oid, "oid");
     out.give(Use<zttsp_ms_request>(request)->get_timeStampAlgorithm());
   });
 }
@@ -42,7 +42,7 @@ zttsp_result zttsp_ms_request_get_type(const zttsp_ms_request* request, char** o
 zttsp_result zttsp_ms_request_get_content(const zttsp_ms_request* request, uint8_t** content,
                                           size_t* length) {
   return runCall(__func__, [&] {
-    BytesOut out(content, length, "content");
+    BytesResult out(content, length, "content");
     out.give(Zanthorel::ASN1::fromOctetString(dataContent(*Use<zttsp_ms_request>(request))));
   });
 }

@@ -78,7 +78,7 @@ zttsp_result zttsp_ms_stamp_get_signing_time(const zttsp_ms_stamp* stamp, int64_
 zttsp_result zttsp_ms_stamp_get_content(const zttsp_ms_stamp* stamp, uint8_t** content,
                                         size_t* length) {
   return runCall(__func__, [&] {
-    BytesOut out(content, length, "content");
+    BytesResult out(content, length, "content");
     const Use<zttsp_ms_stamp> object(stamp);
     CBlob octets;
     try {

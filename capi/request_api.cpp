@@ -32,14 +32,14 @@ zttsp_result zttsp_request_release(zttsp_request* request) {
 
 zttsp_result zttsp_request_get_hash_algorithm(const zttsp_request* request, char** oid) {
   return runCall(__func__, [&] {
-    TextOut out(oid, "oid");
+    TextResult out(oid, "oid");
     out.give(Use<zttsp_request>(request)->get_hashAlgorithm().get_algorithm());
   });
 }
 
 zttsp_result zttsp_request_get_hash(const zttsp_request* request, uint8_t** hash, size_t* length) {
   return runCall(__func__, [&] {
-    BytesOut out(hash, length, "hash");
+    BytesResult out(hash, length, "hash");
     out.give(Use<zttsp_request>(request)->get_hashedMessage());
   });
 }
@@ -57,7 +57,7 @@ zttsp_result zttsp_request_set_nonce(zttsp_request* request, const uint8_t* nonc
 zttsp_result zttsp_request_get_nonce(const zttsp_request* request, uint8_t** nonce,
                                      size_t* length) {
   return runCall(__func__, [&] {
-    BytesOut out(nonce, length, "nonce");
+    BytesResult out(nonce, length, "nonce");
     const CBigInteger* value = Use<zttsp_request>(request)->get_nonce();
     out.give(value != nullptr ? &value->get_value() : nullptr);
   });
@@ -91,7 +91,7 @@ zttsp_result zttsp_request_set_policy(zttsp_request* request, const char* policy
 
 zttsp_result zttsp_request_get_policy(const zttsp_request* request, char** policy) {
   return runCall(__func__, [&] {
-    TextOut out(policy, "policy");
+    TextResult out(policy, "policy");
     out.give(Use<zttsp_request>(request)->get_reqPolicy());
   });
 }

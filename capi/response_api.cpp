@@ -41,7 +41,7 @@ zttsp_result zttsp_response_get_status(const zttsp_response* response, int32_t* 
 
 zttsp_result zttsp_response_get_status_text(const zttsp_response* response, char** text) {
   return runCall(__func__, [&] {
-    TextOut out(text, "text");
+    TextResult out(text, "text");
     const Use<zttsp_response> object(response);
     const auto* lines = object->get_status().get_statusString();
     if (lines == nullptr) return;

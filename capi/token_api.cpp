@@ -37,7 +37,7 @@ zttsp_result zttsp_token_verify(const zttsp_token* token, const uint8_t* certifi
 
 zttsp_result zttsp_token_get_gen_time_text(const zttsp_token* token, char** text) {
   return runCall(__func__, [&] {
-    TextOut out(text, "text");
+    TextResult out(text, "text");
     out.give(Use<zttsp_token>(token)->get_genTimeZ());
   });
 }
@@ -60,35 +60,35 @@ zttsp_result zttsp_token_get_gen_time(const zttsp_token* token, int64_t* seconds
 
 zttsp_result zttsp_token_get_serial(const zttsp_token* token, uint8_t** serial, size_t* length) {
   return runCall(__func__, [&] {
-    BytesOut out(serial, length, "serial");
+    BytesResult out(serial, length, "serial");
     out.give(Use<zttsp_token>(token)->get_serialNumber().get_value());
   });
 }
 
 zttsp_result zttsp_token_get_policy(const zttsp_token* token, char** policy) {
   return runCall(__func__, [&] {
-    TextOut out(policy, "policy");
+    TextResult out(policy, "policy");
     out.give(Use<zttsp_token>(token)->get_policy());
   });
 }
 
 zttsp_result zttsp_token_get_hash_algorithm(const zttsp_token* token, char** oid) {
   return runCall(__func__, [&] {
-    TextOut out(oid, "oid");
+    TextResult out(oid, "oid");
     out.give(Use<zttsp_token>(token)->get_hashAlgorithm().get_algorithm());
   });
 }
 
 zttsp_result zttsp_token_get_hash(const zttsp_token* token, uint8_t** hash, size_t* length) {
   return runCall(__func__, [&] {
-    BytesOut out(hash, length, "hash");
+    BytesResult out(hash, length, "hash");
     out.give(Use<zttsp_token>(token)->get_hashedMessage());
   });
 }
 
 zttsp_result zttsp_token_get_nonce(const zttsp_token* token, uint8_t** nonce, size_t* length) {
   return runCall(__func__, [&] {
-    BytesOut out(nonce, length, "nonce");
+    BytesResult out(nonce, length, "nonce");
     const Use<zttsp_token> object(token);
     const CBigInteger* value = object->get_nonce();
     out.give(value != nullptr ? &value->get_value() : nullptr);
@@ -121,7 +121,7 @@ zttsp_result zttsp_token_get_ordering(const zttsp_token* token, int* ordering) {
 
 zttsp_result zttsp_token_get_tsa_name(const zttsp_token* token, char** text) {
   return runCall(__func__, [&] {
-    TextOut out(text, "text");
+    TextResult out(text, "text");
     const Use<zttsp_token> object(token);
     if (const auto* name = object->get_tsa()) out.give(generalNameText(*name));
   });

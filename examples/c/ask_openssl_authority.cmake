@@ -3,6 +3,7 @@
 #   cmake -DCLIENT_FILE=<tsa_client> -DWORK=<folder> [-DEMULATOR=<wine-run>]
 #         [-DOBJDUMP=<objdump> -DALLOWED_IMPORTS=<dll,...>] -P ask_openssl_authority.cmake
 # With OBJDUMP, the client may import nothing but the DLLs listed.
+cmake_minimum_required(VERSION 3.20)
 foreach(variable CLIENT_FILE WORK)
   if(NOT DEFINED ${variable})
     message(FATAL_ERROR "${variable} is not set")

@@ -1,5 +1,6 @@
 # nm -D of libzttsp: the functions FUNCTIONS (comma separated) are defined under their plain
 # names, and no other zttsp_ symbol is exported.
+cmake_minimum_required(VERSION 3.20)
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols
                 RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
