@@ -252,9 +252,10 @@ ZTTSP_C_API zttsp_result zttsp_token_get_accuracy(const zttsp_token* token, int*
                                                   uint32_t* seconds, uint32_t* millis,
                                                   uint32_t* micros);
 ZTTSP_C_API zttsp_result zttsp_token_get_ordering(const zttsp_token* token, int* ordering);
-// The TSA name as text: a directory name as RFC 4514 writes it ("CN=Test TSA,O=Example"), the
-// other kinds as "DNS:host", "URI:http://...", "email:...", "IP:192.0.2.1", "RID:1.2.3", or
-// their kind and hex octets. NULL when the token names no authority.
+// The TSA name as text: a directory name as RFC 4514 writes it ("CN=Test TSA,O=Example"; types
+// that RFC 4514 does not name as OpenSSL names them, "emailAddress=..."), the other kinds as
+// "DNS:host", "URI:http://...", "email:...", "IP:192.0.2.1", "RID:1.2.3", or their kind and hex
+// octets. NULL when the token names no authority.
 ZTTSP_C_API zttsp_result zttsp_token_get_tsa_name(const zttsp_token* token, char** text);
 // The certificates the token carries (DER), in the order of the message.
 ZTTSP_C_API zttsp_result zttsp_token_get_certificate_count(const zttsp_token* token, size_t* count);
