@@ -1,5 +1,5 @@
 // The bodies that the C functions of every message kind share: decode into a new handle, encode
-// into a new buffer.
+// into a new buffer, verify a signature.
 #pragma once
 
 #include <cstddef>
@@ -32,6 +32,17 @@ zttsp_result encodeCall(const char* function, const Handle* handle, std::uint8_t
     BytesResult out(der, length, "der");
     const Use<Handle> object(handle);
     out.give(object->encode());
+  });
+}
+
+// ZTTSP_E_BAD_SIGNATURE, saying `why`, when the message's verify answers false.
+template <class Handle>
+zttsp_result verifyCall(const char* function, const Handle* handle, const std::uint8_t* certificate,
+                        std::size_t length, const char* why) noexcept {
+  return runCall(function, [&] {
+    const Use<Handle> object(handle);
+    if (!object->verify(bytesArgument(certificate, length, "certificate")))
+      fail(ZTTSP_E_BAD_SIGNATURE, why);
   });
 }
 

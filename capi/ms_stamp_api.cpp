@@ -56,11 +56,8 @@ zttsp_result zttsp_ms_stamp_release(zttsp_ms_stamp* stamp) {
 
 zttsp_result zttsp_ms_stamp_verify(const zttsp_ms_stamp* stamp, const uint8_t* certificate,
                                    size_t length) {
-  return runCall(__func__, [&] {
-    const Use<zttsp_ms_stamp> object(stamp);
-    if (!object->verify(bytesArgument(certificate, length, "certificate")))
-      fail(ZTTSP_E_BAD_SIGNATURE, "the stamp's signature does not verify with the certificate");
-  });
+  return verifyCall(__func__, stamp, certificate, length,
+                    "the stamp's signature does not verify with the certificate");
 }
 
 zttsp_result zttsp_ms_stamp_get_signing_time(const zttsp_ms_stamp* stamp, int64_t* seconds,

@@ -13,36 +13,24 @@
 namespace Zanthorel {
 namespace CApi {
 
-template <>
-struct HandleOf<zttsp_provider> {
-  using Value = Provider;
-  static constexpr Kind kind = Kind::provider;
+template <class T, Kind K>
+struct HandleKind {
+  using Value = T;
+  static constexpr Kind kind = K;
 };
+
 template <>
-struct HandleOf<zttsp_request> {
-  using Value = PKI::TSP::CRequest;
-  static constexpr Kind kind = Kind::request;
-};
+struct HandleOf<zttsp_provider> : HandleKind<Provider, Kind::provider> {};
 template <>
-struct HandleOf<zttsp_response> {
-  using Value = PKI::TSP::CResponse;
-  static constexpr Kind kind = Kind::response;
-};
+struct HandleOf<zttsp_request> : HandleKind<PKI::TSP::CRequest, Kind::request> {};
 template <>
-struct HandleOf<zttsp_token> {
-  using Value = PKI::TSP::CToken;
-  static constexpr Kind kind = Kind::token;
-};
+struct HandleOf<zttsp_response> : HandleKind<PKI::TSP::CResponse, Kind::response> {};
 template <>
-struct HandleOf<zttsp_ms_request> {
-  using Value = PKI::TSP::CMSRequest;
-  static constexpr Kind kind = Kind::msRequest;
-};
+struct HandleOf<zttsp_token> : HandleKind<PKI::TSP::CToken, Kind::token> {};
 template <>
-struct HandleOf<zttsp_ms_stamp> {
-  using Value = PKI::TSP::CMSStamp;
-  static constexpr Kind kind = Kind::msStamp;
-};
+struct HandleOf<zttsp_ms_request> : HandleKind<PKI::TSP::CMSRequest, Kind::msRequest> {};
+template <>
+struct HandleOf<zttsp_ms_stamp> : HandleKind<PKI::TSP::CMSStamp, Kind::msStamp> {};
 
 }  // namespace CApi
 }  // namespace Zanthorel

@@ -26,13 +26,9 @@ zttsp_result zttsp_token_release(zttsp_token* token) {
 
 zttsp_result zttsp_token_verify(const zttsp_token* token, const uint8_t* certificate,
                                 size_t length) {
-  return runCall(__func__, [&] {
-    const Use<zttsp_token> object(token);
-    if (!object->verify(bytesArgument(certificate, length, "certificate")))
-      fail(ZTTSP_E_BAD_SIGNATURE,
-           "the token's signature does not verify with the certificate (or the token has not "
-           "exactly one signer)");
-  });
+  return verifyCall(__func__, token, certificate, length,
+                    "the token's signature does not verify with the certificate (or the token has "
+                    "not exactly one signer)");
 }
 
 zttsp_result zttsp_token_get_gen_time_text(const zttsp_token* token, char** text) {

@@ -266,7 +266,8 @@ ZTTSP_C_API zttsp_result zttsp_token_get_certificate(const zttsp_token* token, s
 // Authority side: an unsigned token answering `request` (its imprint and nonce), with
 // `policy`, the serial number `serial` (an unsigned big-endian number) and genTime
 // `seconds` + `nanoseconds` (written with the fraction it has, "...05.884Z"). ZTTSP_E_INVALIDARG
-// for a policy that is no identifier, an empty serial or nanoseconds above 999999999.
+// for a policy that is no identifier, an empty serial, a time outside the years 1 to 9999 or
+// nanoseconds above 999999999.
 ZTTSP_C_API zttsp_result zttsp_token_new(const zttsp_request* request, const char* policy,
                                          const uint8_t* serial, size_t serial_length,
                                          int64_t seconds, uint32_t nanoseconds,
@@ -327,8 +328,8 @@ ZTTSP_C_API zttsp_result zttsp_ms_stamp_add_certificate(zttsp_ms_stamp* stamp,
 ZTTSP_C_API zttsp_result zttsp_ms_stamp_sign(zttsp_ms_stamp* stamp, const zttsp_provider* provider,
                                              const uint8_t* certificate, size_t length,
                                              const char* digest_algorithm);
-// The DER PKCS #7 SignedData (to send base64-encoded). ZTTSP_E_FAIL for a stamp neither
-// signed nor decoded.
+// The DER PKCS #7 SignedData (to send base64-encoded). ZTTSP_E_FAIL for a stamp that was not
+// signed here, a decoded one included (its bytes are those it was decoded from).
 ZTTSP_C_API zttsp_result zttsp_ms_stamp_encode(const zttsp_ms_stamp* stamp, uint8_t** der,
                                                size_t* length);
 // ZTTSP_E_INVALIDARG (empty input), ZTTSP_E_BAD_MSG (no signingTime), the platform's CRYPT_E_
@@ -338,8 +339,8 @@ ZTTSP_C_API zttsp_result zttsp_ms_stamp_decode(const uint8_t* der, size_t length
 // NULL is ignored.
 ZTTSP_C_API zttsp_result zttsp_ms_stamp_release(zttsp_ms_stamp* stamp);
 // ZTTSP_OK when the signer named by `certificate` (DER X.509) signed the stamp;
-// ZTTSP_E_BAD_SIGNATURE when not. ZTTSP_E_FAIL (neither signed nor decoded), the platform's
-// CRYPT_E_ codes (no certificate, no signed message).
+// ZTTSP_E_BAD_SIGNATURE when not. The platform's CRYPT_E_ codes for bytes that are no
+// certificate, and for a stamp that holds no message (made by zttsp_ms_stamp_new, not signed).
 ZTTSP_C_API zttsp_result zttsp_ms_stamp_verify(const zttsp_ms_stamp* stamp,
                                                const uint8_t* certificate, size_t length);
 ZTTSP_C_API zttsp_result zttsp_ms_stamp_get_signing_time(const zttsp_ms_stamp* stamp,
