@@ -146,10 +146,9 @@ TEST(CapiAuthority, AProviderHoldsAReferenceOfItsOwnOnTheCallersHandle) {
   EXPECT_EQ(2u, ZtGetProviderReferenceCount(handle));
   CryptReleaseContext(handle, 0);
   EXPECT_EQ(1u, ZtGetProviderReferenceCount(handle));
+  // The last reference: the handle is gone with it.
   EXPECT_EQ(ZTTSP_OK, zttsp_provider_release(provider));
-  EXPECT_EQ(0u, ZtGetProviderReferenceCount(handle));
   EXPECT_EQ(ZTTSP_E_HANDLE, zttsp_provider_release(provider));
-  EXPECT_GT(0, zttsp_provider_from_handle(handle, ZTTSP_KEY_SIGNATURE, &provider));
   const std::uint8_t noKey[] = {0x30, 0x00};
   EXPECT_EQ(NTE_BAD_DATA, zttsp_provider_from_pkcs8(noKey, sizeof noKey, &provider));
 }
