@@ -13,6 +13,7 @@
 #   platform/                  the Windows cryptographic functions on OpenSSL (Linux only)
 #   frame/                     error helpers, library entry, CMS signing parameters
 #   rfc3161/, authenticode/    the exported message classes (neither sees the other)
+#   capi/                      the C interface over them
 #   tools/                     the zttsp program and server
 # frame and the message classes reach the platform only through the SDK's declarations, as they
 # reach Windows itself; the program may also use the platform's own public header
@@ -49,10 +50,19 @@ zttsp_layer(platform sdk outside platform)
 zttsp_layer(frame sdk outside frame)
 zttsp_layer(rfc3161 sdk outside frame rfc3161)
 zttsp_layer(authenticode sdk outside frame authenticode)
+# The C interface reaches the platform only for key_provider.h, Linux's way to a provider.
 if(WIN32)
-  zttsp_layer(api sdk outside frame rfc3161 authenticode)
+  zttsp_layer(capi sdk outside frame rfc3161 authenticode capi)
+  zttsp_layer(api sdk outside frame rfc3161 authenticode capi)
   zttsp_layer(tools sdk outside frame rfc3161 authenticode tools)
 else()
-  zttsp_layer(api sdk outside platform frame rfc3161 authenticode)
+  zttsp_layer(capi sdk outside platform frame rfc3161 authenticode capi)
+  zttsp_layer(api sdk outside platform frame rfc3161 authenticode capi)
   zttsp_layer(tools sdk outside platform frame rfc3161 authenticode tools)
 endif()
+
+# C programs include the C interface as it is installed, <zttsp/zttsp.h>, and see nothing else.
+set(ZTTSP_C_CLIENT_INCLUDE ${ZTTSP_LAYER_ROOT}/c_client)
+file(REMOVE_RECURSE ${ZTTSP_C_CLIENT_INCLUDE})
+file(MAKE_DIRECTORY ${ZTTSP_C_CLIENT_INCLUDE}/zttsp)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/capi/zttsp.h ${ZTTSP_C_CLIENT_INCLUDE}/zttsp/zttsp.h SYMBOLIC)

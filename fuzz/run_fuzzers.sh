@@ -27,6 +27,7 @@ seeds_for() {
     codec_signer_info_fuzzer) echo "$here"/seeds/signer_info/* ;;
     ms_request_fuzzer | codec_time_stamp_authenticode_request_fuzzer) echo "$vectors"/authenticode-tsreq-*.der ;;
     ms_stamp_fuzzer) echo "$vectors"/authenticode-tsresp-digicert.p7b "$vectors"/authenticode-sig-*.p7b ;;
+    capi_fuzzer) echo "$vectors"/req-*.tsq "$vectors"/resp-*.tsr "$vectors"/tst-*.der "$vectors"/authenticode-*.der "$vectors"/authenticode-*.p7b ;;
     *) ;;
   esac
 }

@@ -2,9 +2,10 @@
 """Prints one table from a zttsp-bench JSON file run with repetitions: each operation of ours
 beside OpenSSL's and beside its raw floor, as ratios of medians of CPU time.
 
-Benchmarks are named BM_<Operation>_<side>[/<key>], side zttsp or openssl; the floors are
-BM_RawSign, BM_RawVerify and BM_RawVerifyLoadingKey. Other benchmarks (the platform layer's)
-are listed below the table with their time and allocations.
+Benchmarks are named BM_<Operation>_<side>[/<key>], side zttsp or openssl, or c for the same
+operation of ours through the C interface; the floors are BM_RawSign, BM_RawVerify and
+BM_RawVerifyLoadingKey. Other benchmarks (the platform layer's) are listed below the table with
+their time and allocations.
 """
 import json
 import re
@@ -12,7 +13,7 @@ import statistics
 import sys
 from collections import defaultdict
 
-NAME = re.compile(r"^BM_(?P<op>[A-Za-z]+?)_(?P<side>zttsp|openssl)(?:/(?P<key>\w+))?$")
+NAME = re.compile(r"^BM_(?P<op>[A-Za-z]+?)_(?P<side>zttsp|openssl|c)(?:/(?P<key>\w+))?$")
 FLOORS = {"Sign": "BM_RawSign", "DecodeVerify": "BM_RawVerify"}
 PLATFORM_FLOORS = {"BM_Sign_CryptMsg": "BM_RawSign/rsa2048",
                    "BM_Verify_CryptMsgControl": "BM_RawVerify/rsa2048"}
@@ -87,7 +88,8 @@ def main(path):
         suffix = f"/{key}" if key else ""
         ours = runs[name]
         theirs = runs.get(f"BM_{op}_openssl{suffix}")
-        seen.update({name, f"BM_{op}_openssl{suffix}"})
+        through_c = runs.get(f"BM_{op}_c{suffix}")
+        seen.update({name, f"BM_{op}_openssl{suffix}", f"BM_{op}_c{suffix}"})
         floor = floor_for(op)
         raw = runs.get(f"{floor}{suffix}") if floor else None
         loading = runs.get(f"BM_RawVerifyLoadingKey{suffix}") if floor == "BM_RawVerify" else None
@@ -103,10 +105,16 @@ def main(path):
             row.append("-")
         row.append(f"{spread(ours):.0f}%" + (f"/{spread(theirs):.0f}%" if theirs else ""))
         row.append(allocs(ours) + (f"/{allocs(theirs)}" if theirs else ""))
+        if through_c:
+            low, high = ratio_range(through_c, ours)
+            row.append(f"{median(through_c) / median(ours):.3f} ({low:.3f}..{high:.3f})")
+        else:
+            row.append("-")
         rows.append(row)
     rows.sort(key=order)
     header = ["operation", "key", "ours us", "OpenSSL us", "ours/OpenSSL", "ours/raw",
-              "ours/raw+key load", "ratio range", "spread ours/OpenSSL", "allocs ours/OpenSSL"]
+              "ours/raw+key load", "ratio range", "spread ours/OpenSSL", "allocs ours/OpenSSL",
+              "C API/C++ (range)"]
     print_table(header, rows)
 
     print()
@@ -122,6 +130,8 @@ def main(path):
           "against loading the key from its octets, then verifying.")
     print("ratio range: min..max of ours/OpenSSL over the repetitions (interleaved rounds); "
           "spread: (max-min)/median of each side.")
+    print("C API/C++: the operation through the C interface against the C++ call, medians "
+          "(min..max over the rounds).")
 
 
 def print_table(header, rows):

@@ -15,7 +15,7 @@ done
 
 # Memcheck over the tests that decode hostile and third-party input, in the optimised build.
 echo "=== valgrind ==="
-for test in test_hostile test_rfc3161 test_authenticode test_platform; do
+for test in test_hostile test_rfc3161 test_authenticode test_platform test_capi; do
   valgrind --quiet --error-exitcode=1 --leak-check=full \
     --errors-for-leak-kinds=definite,indirect,possible "build/linux/bin/$test" --gtest_brief=1
 done

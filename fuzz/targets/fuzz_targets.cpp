@@ -21,6 +21,7 @@ const std::vector<FuzzTarget>& fuzzTargets() {
       {"codec_tstinfo_fuzzer", runTSTInfoCodec},
       {"codec_signer_info_fuzzer", runSignerInfoCodec},
       {"codec_time_stamp_authenticode_request_fuzzer", runTimeStampAuthenticodeRequestCodec},
+      {"capi_fuzzer", runCInterface},
   };
   return targets;
 }

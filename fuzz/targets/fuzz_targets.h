@@ -57,5 +57,6 @@ void runTimeStampTokenCodec(const std::uint8_t* data, std::size_t size);
 void runTSTInfoCodec(const std::uint8_t* data, std::size_t size);
 void runSignerInfoCodec(const std::uint8_t* data, std::size_t size);
 void runTimeStampAuthenticodeRequestCodec(const std::uint8_t* data, std::size_t size);
+void runCInterface(const std::uint8_t* data, std::size_t size);
 
 }  // namespace zttsp_fuzz

@@ -1,6 +1,7 @@
 // A small scanner of declarations, enough for the public headers: namespaces, ZTTSP_API classes
-// with their access sections, member and free function declarations. Types are not compared,
-// only names, parameter counts and constness; overloads in the headers differ in those.
+// with their access sections, member and free function declarations, and the C interface's
+// ZTTSP_C_API functions in an extern "C" block, exported by their bare names. Types are not
+// compared, only names, parameter counts and constness; overloads in the headers differ in those.
 #include "tests/windows/declared_exports.h"
 
 #include <algorithm>
@@ -138,6 +139,15 @@ class Scanner {
 
   void scanNamespaceScope() {
     while (i_ < tokens_.size() && !at("}")) {
+      if (at("extern") && i_ + 4 < tokens_.size() && tokens_[i_ + 2] == "C" &&
+          tokens_[i_ + 4] == "{") {
+        i_ += 5;
+        cLinkage_ = true;
+        scanNamespaceScope();
+        cLinkage_ = false;
+        ++i_;
+        continue;
+      }
       if (at("namespace")) {
         ++i_;
         std::string name;
@@ -151,7 +161,7 @@ class Scanner {
         continue;
       }
       const Tokens decl = readDeclaration();
-      const bool exported = contains(decl, "ZTTSP_API");
+      const bool exported = contains(decl, cLinkage_ ? "ZTTSP_C_API" : "ZTTSP_API");
       if (at("{")) {
         if (exported && !decl.empty() && (decl[0] == "class" || decl[0] == "struct")) {
           scanClass(joined(namespaces_) + "::" + decl[indexOf(decl, "ZTTSP_API") + 1],
@@ -161,9 +171,11 @@ class Scanner {
         }
         if (at(";")) ++i_;
       } else if (exported && isFunction(decl)) {
-        const auto function = functionOf(decl, joined(namespaces_), false);
-        declared_.required.insert(function.key);
-        declared_.allowed.insert(function.key);
+        // A C function's export name is the function's name alone.
+        const std::string key = cLinkage_ ? decl[indexOf(decl, "(") - 1]
+                                          : functionOf(decl, joined(namespaces_), false).key;
+        declared_.required.insert(key);
+        declared_.allowed.insert(key);
       }
     }
   }
@@ -194,6 +206,7 @@ class Scanner {
   Tokens tokens_;
   std::size_t i_ = 0;
   std::vector<std::string> namespaces_;
+  bool cLinkage_ = false;
   DeclaredExports& declared_;
 };
 

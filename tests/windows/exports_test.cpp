@@ -99,6 +99,11 @@ TEST(DeclaredExports, ScansClassesAccessBodiesOperatorsAndFreeFunctions) {
     };
     ZTTSP_API bool operator==(const CValue& a, const CValue& b);
     bool notExported(int x);
+    extern "C" {
+    typedef struct c_thing c_thing;
+    ZTTSP_C_API int c_function(c_thing* thing, int x);
+    int c_hidden(void);
+    }
     class ZTTSP_API CThing : public CBase {
      public:
       CThing();
@@ -121,7 +126,7 @@ TEST(DeclaredExports, ScansClassesAccessBodiesOperatorsAndFreeFunctions) {
   zttsp_test::scanPublicHeader(header, declared);
   const std::string ns = "Zanthorel::PKI::TSP::";
   EXPECT_EQ(std::set<std::string>({ns + "CValue", ns + "CThing"}), declared.classes);
-  EXPECT_EQ(std::set<std::string>({ns + "CValue::CValue/2", ns + "operator==/2",
+  EXPECT_EQ(std::set<std::string>({ns + "CValue::CValue/2", ns + "operator==/2", "c_function",
                                    ns + "CThing::CThing/0", ns + "CThing::CThing/1",
                                    ns + "CThing::operator=/1", ns + "CThing::~CThing/0",
                                    ns + "CThing::get_list/0 const", ns + "CThing::put_list/2"}),
