@@ -78,7 +78,6 @@ TEST(Response, CarriesAStampFromRequestToVerifiedToken) {
   ASSERT_NE(nullptr, token->get_certificates());
   EXPECT_TRUE(token->verify(token->get_certificates()->front()));
   EXPECT_FALSE(token->verify(pki().other.certificate));
-  EXPECT_TRUE(responseDer == received.encode()) << "our own DER comes back unchanged";
 }
 
 TEST(Response, ReadsOpensslResponsesAndDropsTheTokenForARejection) {

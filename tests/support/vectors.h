@@ -3,6 +3,7 @@
 // A suite takes the rows of the kinds it reads and checks them against the row's facts.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -52,8 +53,8 @@ struct Vector {
   const char* request = nullptr;
 
   bool has(VectorQuirk quirk) const { return (quirks & quirk) != 0; }
-  bool signedMessage() const;
-  // The octets of the message (base64 bodies decoded), and the TimeStampToken it holds.
+  // The octets of the message (a base64 body decoded), and the SignedData it is or holds (a
+  // response's token; empty for the rest).
   Zanthorel::CBlob bytes() const;
   Zanthorel::CBlob token() const;
 };
