@@ -1,11 +1,12 @@
 #include "tests/cross/cross_messages.h"
 
-#include <sstream>
+#include <string>
 
 #include "authenticode/ms_stamp.h"
 #include "outside/ztasn1/octet_string.h"
 #include "rfc3161/token.h"
 #include "tests/support/test_support.h"
+#include "tests/support/vectors.h"
 
 using Zanthorel::CBlob;
 using Zanthorel::CDateTime;
@@ -13,14 +14,6 @@ using Zanthorel::PKI::TSP::CMSStamp;
 using Zanthorel::PKI::TSP::CToken;
 
 namespace cross_test {
-namespace {
-
-std::size_t certificateCount(const Zanthorel::CBlobList* certificates) {
-  return certificates != nullptr ? certificates->size() : 0;
-}
-
-}  // namespace
-
 CBlob signedToken(const tsa_test::Authority& authority) {
   CToken token = tsa_test::tokenFor(authority, "signed in one build, read in the other");
   const auto signer = tsa_test::rsaSigner(authority);
@@ -42,24 +35,13 @@ CBlob signedStamp(const tsa_test::Authority& authority) {
 std::string readToken(const CBlob& encoded, const CBlob& certificate) {
   CToken token;
   token.decode(encoded);
-  std::ostringstream text;
-  text << "policy " << token.get_policy() << ", imprint "
-       << zttsp_test::toHex(token.get_hashedMessage()) << ", serial "
-       << token.get_serialNumber().toString().c_str() << ", time " << token.get_genTimeZ()
-       << ", nonce " << (token.get_nonce() ? token.get_nonce()->toString().c_str() : "none")
-       << ", certificates " << certificateCount(token.get_certificates()) << ", verified "
-       << token.verify(certificate);
-  return text.str();
+  return zttsp_test::describe(token) + ", verified " + std::to_string(token.verify(certificate));
 }
 
 std::string readStamp(const CBlob& encoded, const CBlob& certificate) {
   CMSStamp stamp;
   stamp.decode(encoded);
-  std::ostringstream text;
-  text << "content " << zttsp_test::toHex(stamp.get_content()) << ", signing time "
-       << stamp.get_signingTime().getGeneralizedTime().c_str() << ", certificates "
-       << certificateCount(stamp.get_certificates()) << ", verified " << stamp.verify(certificate);
-  return text.str();
+  return zttsp_test::describe(stamp) + ", verified " + std::to_string(stamp.verify(certificate));
 }
 
 }  // namespace cross_test

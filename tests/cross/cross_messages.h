@@ -16,7 +16,8 @@ Zanthorel::CBlob signedToken(const tsa_test::Authority& authority);
 // A stamp of a fixed content at a fixed signing time, carrying the authority's certificate.
 Zanthorel::CBlob signedStamp(const tsa_test::Authority& authority);
 
-// The fields of `token` and whether it verifies with `certificate`; throws what decoding throws.
+// What `token` holds (zttsp_test::describe) and whether it verifies with `certificate`; throws
+// what decoding throws.
 std::string readToken(const Zanthorel::CBlob& token, const Zanthorel::CBlob& certificate);
 std::string readStamp(const Zanthorel::CBlob& stamp, const Zanthorel::CBlob& certificate);
 

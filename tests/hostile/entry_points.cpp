@@ -7,8 +7,12 @@
 #include "authenticode/ms_stamp.h"
 #include "rfc3161/request.h"
 #include "rfc3161/response.h"
+#include "tests/support/platform_messages.h"
 #include "tests/support/test_support.h"
 
+using platform_test::bytesOf;
+using platform_test::CertificateHandle;
+using platform_test::DecodedMessage;
 using Zanthorel::CBlob;
 using Zanthorel::CBlobList;
 using Zanthorel::CDateTime;
@@ -37,6 +41,8 @@ std::string tokenState(const CToken& token, const CBlob& input, HRESULT decoded)
   if (decoded != S_OK) {
     if (verify != E_FAIL) return "still holds a message";
     if (!input.empty() && !(token.encode() == input)) return "lost its input";
+    if (token.get_policy()[0] != '\0' || token.get_signerInfo().get_sidType() != 0)
+      return "input kept, fields of a message";
     return "input kept, no message";
   }
   if (verify == E_FAIL || !(token.encode() == input)) return "decoded without its message";
@@ -65,42 +71,6 @@ Outcome decodeThenVerify(const CBlob& input, const CBlob& certificate) {
   const HRESULT hr = hresultOf([&] { verified = message.verify(certificate); });
   return {hr, hr == S_OK ? verdict(verified) : "no answer"};
 }
-
-// A decode handle after its final update; its close is checked by the caller's outcome.
-struct DecodeHandle {
-  explicit DecodeHandle(const CBlob& input)
-      : handle(CryptMsgOpenToDecode(kEncoding, 0, 0, 0, nullptr, nullptr)),
-        updated(CryptMsgUpdate(handle, input.pbData(), input.cbData(), TRUE) != FALSE),
-        error(updated ? S_OK : lastError()) {}
-  ~DecodeHandle() { CryptMsgClose(handle); }
-  DecodeHandle(const DecodeHandle&) = delete;
-  DecodeHandle& operator=(const DecodeHandle&) = delete;
-
-  // Closes now; whether it closed cleanly.
-  bool close() {
-    const bool closed = CryptMsgClose(handle) != FALSE;
-    handle = nullptr;
-    return closed;
-  }
-
-  HCRYPTMSG handle;
-  bool updated;
-  HRESULT error;
-};
-
-// A context for `certificate`, freed when it goes; throws the last error for bytes that are none.
-struct CertificateContext {
-  explicit CertificateContext(const CBlob& certificate)
-      : context(
-            CertCreateCertificateContext(kEncoding, certificate.pbData(), certificate.cbData())) {
-    if (context == nullptr) throw ATL::CAtlException(lastError());
-  }
-  ~CertificateContext() { CertFreeCertificateContext(context); }
-  CertificateContext(const CertificateContext&) = delete;
-  CertificateContext& operator=(const CertificateContext&) = delete;
-
-  PCCERT_CONTEXT context;
-};
 
 }  // namespace
 
@@ -169,8 +139,13 @@ Outcome msStampDecode(const CBlob& input, const CBlob& certificate) {
   const bool timeKept = stamp.get_signingTime() == earlierTime;
   const bool certificatesKept =
       stamp.get_certificates() != nullptr && *stamp.get_certificates() == earlierCertificates;
-  return {hr, std::string(timeKept ? "time kept" : "time replaced") +
-                  (certificatesKept ? ", certificates kept" : ", certificates replaced")};
+  std::string state = std::string(timeKept ? "time kept" : "time replaced") +
+                      (certificatesKept ? ", certificates kept" : ", certificates replaced");
+  // After a failure, verify and get_signerInfo give its error again.
+  if (hr != S_OK && hresultOf([&] { stamp.verify(certificate); }) == hr &&
+      hresultOf([&] { stamp.get_signerInfo(); }) == hr)
+    state += ", error kept";
+  return {hr, state};
 }
 
 Outcome msStampVerify(const CBlob& input, const CBlob& certificate) {
@@ -178,44 +153,60 @@ Outcome msStampVerify(const CBlob& input, const CBlob& certificate) {
 }
 
 Outcome platformVerify(const CBlob& input, const CBlob& certificate) {
-  DecodeHandle message(input);
-  const CertificateContext signer(certificate);
-  const bool verified = CryptMsgControl(message.handle, 0, CMSG_CTRL_VERIFY_SIGNATURE,
-                                        signer.context->pCertInfo) != FALSE;
+  DecodedMessage message(bytesOf(input));
+  const CertificateHandle signer(certificate);
+  const bool verified =
+      CryptMsgControl(message.handle(), 0, CMSG_CTRL_VERIFY_SIGNATURE, signer.info()) != FALSE;
   const HRESULT hr = verified ? S_OK : lastError();
-  if (message.updated) return {hr, verdict(verified)};
-  const bool refused = hr == CRYPT_E_MSG_ERROR;
-  return {message.error, refused && message.close() ? "control refused, closes cleanly"
-                                                    : "control: " + zttsp_test::hresultText(hr)};
+  if (message.ok()) return {hr, verdict(verified)};
+  // A refused message holds nothing: no content, no control, no further update.
+  DWORD size = 0;
+  const BYTE more = 0x30;
+  const bool empty = !CryptMsgGetParam(message.handle(), CMSG_CONTENT_PARAM, 0, nullptr, &size) &&
+                     !CryptMsgUpdate(message.handle(), &more, 1, TRUE) &&
+                     lastError() == CRYPT_E_MSG_ERROR;
+  const bool refused = hr == CRYPT_E_MSG_ERROR && empty;
+  return {static_cast<HRESULT>(message.error()), refused && message.close()
+                                                     ? "control refused, closes cleanly"
+                                                     : "control: " + zttsp_test::hresultText(hr)};
 }
 
 Outcome platformUpdateAfterFinal(const CBlob& input, const CBlob&) {
-  DecodeHandle message(input);
+  DecodedMessage message(bytesOf(input));
   const BYTE more = 0x30;
-  const bool taken = CryptMsgUpdate(message.handle, &more, 1, TRUE) != FALSE;
+  const bool taken = CryptMsgUpdate(message.handle(), &more, 1, TRUE) != FALSE;
   const HRESULT hr = taken ? S_OK : lastError();
   return {hr, message.close() ? "closes cleanly" : "does not close"};
 }
 
 Outcome platformShortBuffer(const CBlob& input, const CBlob&) {
-  DecodeHandle message(input);
-  if (!message.updated) return {message.error, "decode failed"};
+  DecodedMessage message(bytesOf(input));
+  if (!message.ok()) return {static_cast<HRESULT>(message.error()), "decode failed"};
   DWORD needed = 0;
-  CryptMsgGetParam(message.handle, CMSG_CONTENT_PARAM, 0, nullptr, &needed);
+  CryptMsgGetParam(message.handle(), CMSG_CONTENT_PARAM, 0, nullptr, &needed);
   std::vector<BYTE> buffer(needed);
   DWORD size = needed - 1;
   const bool taken =
-      CryptMsgGetParam(message.handle, CMSG_CONTENT_PARAM, 0, buffer.data(), &size) != FALSE;
+      CryptMsgGetParam(message.handle(), CMSG_CONTENT_PARAM, 0, buffer.data(), &size) != FALSE;
   return {taken ? S_OK : lastError(),
           size == needed ? "size set to what is needed" : "size " + std::to_string(size)};
 }
 
 Outcome platformSignerOutOfRange(const CBlob& input, const CBlob&) {
-  DecodeHandle message(input);
-  if (!message.updated) return {message.error, "decode failed"};
+  DecodedMessage message(bytesOf(input));
+  if (!message.ok()) return {static_cast<HRESULT>(message.error()), "decode failed"};
   DWORD size = 0;
-  const bool taken = CryptMsgGetParam(message.handle, CMSG_ENCODED_SIGNER, 5, nullptr, &size);
+  const bool taken = CryptMsgGetParam(message.handle(), CMSG_ENCODED_SIGNER, 5, nullptr, &size);
   return {taken ? S_OK : lastError(), message.close() ? "closes cleanly" : "does not close"};
+}
+
+Outcome platformCertificate(const CBlob& input, const CBlob&) {
+  SetLastError(0);
+  const PCCERT_CONTEXT context =
+      CertCreateCertificateContext(kEncoding, input.pbData(), input.cbData());
+  const HRESULT hr = context == nullptr ? lastError() : S_OK;
+  CertFreeCertificateContext(context);
+  return {hr, context == nullptr ? "no context" : "a context"};
 }
 
 }  // namespace hostile_test

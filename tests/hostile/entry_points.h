@@ -22,8 +22,9 @@ Outcome requestDecode(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 // CResponse::decode into a response holding status 1: "unchanged" or "status N, no token",
 // "status N, token" or "status N, token without message".
 Outcome responseDecode(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
-// CToken::decode: "input kept, no message" after a failure; "decoded" with what the TSTInfo held
-// that the rows look at (a genTime that is no time, accuracy, tsa).
+// CToken::decode: "input kept, no message" after a failure (no TSTInfo field or signer either);
+// "decoded" with what the TSTInfo held that the rows look at (a genTime that is no time,
+// accuracy, tsa).
 Outcome tokenDecode(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 // CToken::decode, then verify(certificate): "verifies" or "does not verify".
 Outcome tokenVerify(const Zanthorel::CBlob& input, const Zanthorel::CBlob& certificate);
@@ -31,14 +32,15 @@ Outcome tokenVerify(const Zanthorel::CBlob& input, const Zanthorel::CBlob& certi
 Outcome tokenVerifyAfterFailedDecode(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 // CMSRequest::decode into a request holding an identifier and content: "unchanged", "decoded".
 Outcome msRequestDecode(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
-// CMSStamp::decode into a stamp holding a time and a certificate: what it kept of them.
+// CMSStamp::decode into a stamp holding a time and a certificate: what it kept of them, and
+// after a failure whether verify and get_signerInfo give the error again ("error kept").
 Outcome msStampDecode(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 // CMSStamp::decode, then verify(certificate).
 Outcome msStampVerify(const Zanthorel::CBlob& input, const Zanthorel::CBlob& certificate);
 
 // The platform layer, as Windows behaves: the last error of the call that failed.
 // A decode handle's final update, then CMSG_CTRL_VERIFY_SIGNATURE with the certificate: the
-// verdict, or after a refused update that update's error and what the control and close did.
+// verdict, or after a refused update that update's error and what the handle still does.
 Outcome platformVerify(const Zanthorel::CBlob& input, const Zanthorel::CBlob& certificate);
 // The final update, then another: "closes cleanly" when the handle still closes.
 Outcome platformUpdateAfterFinal(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
@@ -47,6 +49,8 @@ Outcome platformUpdateAfterFinal(const Zanthorel::CBlob& input, const Zanthorel:
 Outcome platformShortBuffer(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 // CMSG_ENCODED_SIGNER of signer index 5.
 Outcome platformSignerOutOfRange(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
+// CertCreateCertificateContext: "a context" or "no context".
+Outcome platformCertificate(const Zanthorel::CBlob& input, const Zanthorel::CBlob&);
 
 // Runs `entry` on every proper prefix of the input (of two octets or more; one octet is tested
 // on its own): each must give the same outcome, which is returned.

@@ -8,6 +8,7 @@
 #include "rfc3161/token.h"
 #include "sdk/win32.h"
 #include "tests/support/test_support.h"
+#include "tests/support/vectors.h"
 
 namespace fs = std::filesystem;
 
@@ -40,9 +41,9 @@ TEST_F(FuzzRegressions, EveryKeptInputAndVectorPassesItsTargets) {
     for (const auto& file : fs::directory_iterator(folder.path()))
       replay(*target, file.path());
   }
-  for (const auto& file : fs::directory_iterator(zttsp_test::dataPath("vectors"))) {
+  for (const zttsp_test::Vector& v : zttsp_test::vectors()) {
     for (const zttsp_fuzz::FuzzTarget& target : zttsp_fuzz::fuzzTargets())
-      replay(target, file.path());
+      replay(target, zttsp_test::vectorPath(v.file));
   }
 }
 

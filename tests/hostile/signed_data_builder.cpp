@@ -128,9 +128,11 @@ CBlob buildSignedData(const SignedDataRecipe& recipe) {
     signers = join({signers, signer});
   for (const CBlob& certificate : recipe.certificates)
     certificates = join({certificates, certificate});
-  const CBlob encapsulated = sequence(
-      {derObjectId(recipe.contentType),
-       constructed(asn1ContextTag(0, true), {primitive(kTagOctetString, recipe.content)})});
+  const CBlob encapsulated =
+      sequence({derObjectId(recipe.contentType),
+                constructed(asn1ContextTag(0, true),
+                            {recipe.bareContent ? recipe.content
+                                                : primitive(kTagOctetString, recipe.content)})});
   const CBlob signedData = primitive(
       kTagSequence,
       join({CBlob("\x02\x01\x03", 3), constructed(kTagSet, {algorithm(recipe.digestOid)}),

@@ -20,6 +20,8 @@ struct RawAttribute {
 
 struct SignedDataRecipe {
   Zanthorel::CBlob content;  // the eContent octets
+  bool bareContent =
+      false;  // the content element itself under [0] (PKCS #7), not in an OCTET STRING
   std::string contentType = "1.2.840.113549.1.9.16.1.4";
   // What a correct signer writes (contentType, signingTime, messageDigest of the content),
   // changed by this if set; signed in the order they end up in, or DER order if sorted.

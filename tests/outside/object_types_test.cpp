@@ -91,26 +91,16 @@ TEST(BigInteger, KeepsValuesOfAnySizeAndSign) {
                CBigInteger::fromUnsigned(twenty.pbData(), twenty.cbData()).toDecimal().c_str());
   EXPECT_STREQ("-128", CBigInteger(-128).toDecimal().c_str());
   EXPECT_HRESULT(E_INVALIDARG, CBigInteger("12z"));
-
-  ASN1CTXT ctxt;
-  EXPECT_EQ(1u, ASN1BigIntegerToDWORD(DWORDToASN1BigInteger(&ctxt, 1)));
-  EXPECT_EQ(0xFFFFFFFFu, ASN1BigIntegerToDWORD(DWORDToASN1BigInteger(&ctxt, 0xFFFFFFFF)));
-  EXPECT_EQ(serial, ASN1StringToBigInteger(BigIntegerToASN1String(&ctxt, serial)));
 }
 
-// (Every GeneralName alternative is round-tripped in message_codec_test.)
-TEST(ObjectTraits, WriteTheCodecStructures) {
+// (Every GeneralName alternative is round-tripped in message_codec_test, ContentInfo with the
+// Authenticode request vectors.)
+TEST(ObjectTraits, RefuseANameThatIsNone) {
   ASN1CTXT ctxt;
   ASN1T_GeneralName generalName;
   EXPECT_HRESULT(E_INVALIDARG,
                  ASN1T_GeneralName_traits::set(&ctxt, generalName,
                                                CGeneralName::fromDirectoryName(fromHex("3003"))));
-
-  CContentInfo data("1.2.840.113549.1.7.1", toOctetString(fromHex("DEADBEEF")));
-  ASN1T_ContentInfo contentInfo;
-  ASN1T_ContentInfo_traits::set(&ctxt, contentInfo, data);
-  EXPECT_EQ(hex("3013 0609 2A864886F70D010701 A006 0404 DEADBEEF"),
-            der(contentInfo, asn1E_ContentInfo));
 }
 
 TEST(PKIStatusInfo, WritesFailureBitsAsANamedBitList) {
@@ -137,23 +127,16 @@ TEST(PKIStatusInfo, WritesFailureBitsAsANamedBitList) {
     ASN1T_PKIStatusInfo_traits::get(structure, back);
     EXPECT_EQ(status, back);
   }
-  CPKIStatusInfo text(granted);
-  text.add_statusString("Operation Okay");
-  ASN1CTXT ctxt;
-  ASN1T_PKIStatusInfo structure;
-  ASN1T_PKIStatusInfo_traits::set(&ctxt, structure, text);
-  EXPECT_EQ(hex("3015 020100 3010 0C0E 4F7065726174696F6E204F6B6179"),
-            der(structure, asn1E_PKIStatusInfo));
 }
 
 TEST(Attributes, EncodeSigningTimeAsRfc5652Asks) {
-  // UTCTime from 1950 to 2049, GeneralizedTime outside, whole seconds only.
+  // UTCTime from 1950 to 2049, GeneralizedTime outside, whole seconds only: the boundaries (openssl
+  // reads the times of 2024 and 2050 in the stamp tests).
   const struct {
     const char* time;
     const char* hex;
   } cases[] = {
       {"20240102030405.678Z", "170D3234303130323033303430355A"},
-      {"20500101000000Z", "180F32303530303130313030303030305A"},
       {"20491231235959Z", "170D3439313233313233353935395A"},
       {"19500101000000Z", "170D3530303130313030303030305A"},
       {"19491231235959Z", "180F31393439313233313233353935395A"},

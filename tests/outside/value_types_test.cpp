@@ -6,7 +6,6 @@
 
 #include "outside/ztlib/blob.h"
 #include "outside/ztlib/date_time.h"
-#include "outside/ztlib/dll_list.h"
 
 using Zanthorel::CBlob;
 using Zanthorel::CDateTime;
@@ -88,14 +87,4 @@ TEST(DateTime, ReadsUtcTimeWithItsCenturyRule) {
   EXPECT_EQ(1950, t.year());
   ASSERT_TRUE(CDateTime::parseUTCTime("1909120613Z", 11, t)) << "seconds left out";
   EXPECT_FALSE(CDateTime::parseUTCTime("190912061342", 12, t)) << "UTCTime needs a zone";
-}
-
-TEST(DllList, KeepsInsertionOrderAndElementAddresses) {
-  Zanthorel::CBlobList list;
-  list.push_back(CBlob("a", 1));
-  const CBlob* first = &list.front();
-  for (int i = 0; i < 100; ++i)
-    list.push_back(CBlob("b", 1));
-  EXPECT_EQ(first, &list.front());
-  EXPECT_EQ(101u, list.size());
 }

@@ -2,7 +2,7 @@
 #include <thread>
 
 #include "platform/key_provider.h"
-#include "tests/platform/platform_fixture.h"
+#include "tests/support/platform_messages.h"
 
 namespace platform_test {
 namespace {

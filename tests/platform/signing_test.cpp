@@ -7,7 +7,7 @@
 #include "outside/asn1/cms.h"
 #include "outside/ztasn1/object_identifier.h"
 #include "platform/key_provider.h"
-#include "tests/platform/platform_fixture.h"
+#include "tests/support/platform_messages.h"
 
 using Zanthorel::BER::BerReader;
 

@@ -1,4 +1,5 @@
-// CToken as a value (defaults, writers, deep copies) and CAccuracy.
+// CToken as a value (defaults, writers, deep copies), CAccuracy, and the hash algorithm's bound
+// value.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -166,4 +167,25 @@ TEST(Token, CopiesHoldTheFieldsAsTheTSTInfoGivesThemBack) {
   EXPECT_EQ(nullptr, target.get_nonce());
   target = stampedToken();
   EXPECT_STREQ(kPolicy, target.get_policy());
+}
+
+// oidBoundValue belongs to the identifier it came with, and copies carry it.
+TEST(AlgorithmIdentifierEx, KeepsItsValueWhileTheIdentifierStaysAndInCopies) {
+  CAlgorithmIdentifierEx id = sha256();
+  id.put_algorithm("2.16.840.1.101.3.4.2.1");
+  EXPECT_EQ(0x800Cu, id.get_oidBoundValue());
+  EXPECT_EQ(fromHex("0500"), id.get_parameters()) << "parameters kept as well";
+  EXPECT_EQ(0x800Cu, CAlgorithmIdentifierEx(id).get_oidBoundValue());
+  CAlgorithmIdentifierEx assigned;
+  assigned = id;
+  CAlgorithmIdentifierEx& same = assigned;
+  assigned = same;
+  EXPECT_EQ(0x800Cu, assigned.get_oidBoundValue());
+
+  // Another identifier drops it, also through the base class.
+  id.put_algorithm("1.3.14.3.2.26");
+  EXPECT_EQ(0u, id.get_oidBoundValue());
+  Zanthorel::ASN1::CAlgorithmIdentifier& base = assigned;
+  base.put_algorithm("1.3.14.3.2.26");
+  EXPECT_EQ(0u, assigned.get_oidBoundValue());
 }

@@ -21,6 +21,9 @@ using Zanthorel::ASN1::CAlgorithmIdentifierEx;
 using Zanthorel::ASN1::CAttribute;
 using Zanthorel::ASN1::CAttributes;
 using Zanthorel::ASN1::CBigInteger;
+using Zanthorel::ASN1::CExtension;
+using Zanthorel::ASN1::CExtensions;
+using Zanthorel::ASN1::CGeneralName;
 using Zanthorel::ASN1::CSignerInfo;
 using zttsp_test::fromHex;
 using zttsp_test::toHex;
@@ -106,6 +109,35 @@ TEST(TokenSigning, OpensslVerifiesTokensOfRsaAndP256Authorities) {
     expectSignerIs(c.authority.name, "2.16.840.1.101.3.4.2.1", token.get_signerInfo());
     EXPECT_TRUE(reread(token).verify(c.authority.certificate));
   }
+
+  // Every field a TSTInfo can carry, each as OpenSSL's time-stamp code shows it.
+  CToken token("1.3.6.1.4.1.99999.7.2",
+               CAlgorithmIdentifierEx("2.16.840.1.101.3.4.2.3", fromHex("0500")),
+               fromHex(std::string(126, 'A') + "01"),
+               CBigInteger("0x7FEDCBA9876543210FEDCBA98765432100112233"),
+               CDateTime("20240621071205.884Z"), true);
+  const CAccuracy accuracy(2, 0, 250);
+  const CBigInteger nonce("0x0123456789ABCDEF0123");
+  const CGeneralName tsa(CGeneralName::uniformResourceIdentifier, "http://tsa.example/");
+  CExtensions extensions;
+  extensions.push_back(CExtension("1.2.3.4.5", true, fromHex("0500")));
+  token.put_accuracy(&accuracy);
+  token.put_nonce(&nonce);
+  token.put_tsa(&tsa);
+  token.put_extensions(&extensions);
+  token.sign(rsa.provider(), rsa.keySpec(), rsa.certificate(), sha256());
+  zttsp_test::writeFile(pki().dir + "/token.der", token.encode());
+  const std::string shown = shell("openssl ts -reply -token_in -in token.der -text");
+  for (const char* line :
+       {"Version: 1\n", "Policy OID: 1.3.6.1.4.1.99999.7.2\n", "Hash Algorithm: sha512\n",
+        "0030 - aa aa aa aa aa aa aa aa-aa aa aa aa aa aa aa 01",
+        "Serial number: 0x7FEDCBA9876543210FEDCBA98765432100112233\n",
+        "Time stamp: Jun 21 07:12:05.884 2024 GMT\n",
+        "Accuracy: 0x02 seconds, unspecified millis, 0xFA micros\n", "Ordering: yes\n",
+        "Nonce: 0x0123456789ABCDEF0123\n", "TSA: URI:http://tsa.example/\n",
+        "1.2.3.4.5: critical"}) {
+    EXPECT_NE(std::string::npos, shown.find(line)) << line << "\n" << shown;
+  }
 }
 #endif
 
@@ -162,11 +194,14 @@ TEST(TokenSigning, PassesOnlyTheListsItHoldsAndKeepsTheirOrder) {
   // Signed attributes, and the values of any attribute, are DER SETs, which the platform sorts.
   CToken token = bareToken();
   CAttributes signedAttributes;
-  signedAttributes.push_back(attribute("1.2.3.7", {"020101", "020102", "020103"}));
+  // Seven values each: the parameter blocks must not move them while they are in use.
+  signedAttributes.push_back(
+      attribute("1.2.3.7", {"020101", "020102", "020103", "020104", "020105", "020106", "020107"}));
   signedAttributes.push_back(tsa_test::essSigningCertificateV2(pki().rsa.certificate));
   CAttributes unsignedAttributes;
   unsignedAttributes.push_back(attribute("1.2.3.9", {"0500"}));
-  unsignedAttributes.push_back(attribute("1.2.3.1", {"0C0161", "0C0162"}));
+  unsignedAttributes.push_back(
+      attribute("1.2.3.1", {"0C0161", "0C0162", "0C0163", "0C0164", "0C0165", "0C0166", "0C0167"}));
   CBlobList certificates;
   certificates.push_back(pki().rsa.certificate);
   certificates.push_back(pki().caCertificate);

@@ -1,27 +1,29 @@
-// The test support's host commands, also from Wine. (TestSigner is checked wherever openssl
-// verifies what the library signed.)
+// The test support itself: the table of vectors, and host commands from Wine. (TestSigner is
+// checked wherever openssl verifies what the library signed, run() by every test that runs one.)
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "tests/support/test_support.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
-using zttsp_test::readText;
 using zttsp_test::run;
-using zttsp_test::TempDir;
 
-TEST(HostShell, RunsCommandsAndSharesFilesWithThem) {
-  const auto result = run("echo out; echo err >&2; exit 3");
-  EXPECT_EQ(3, result.status);
-  EXPECT_EQ("out\nerr\n", result.output);
-
-  const TempDir dir;
-  zttsp_test::writeText(dir.path("from-test"), "crossed");
-  EXPECT_EQ(0, run("cat '" + dir.path("from-test") + "' >'" + dir.path("from-shell") + "'").status);
-  EXPECT_EQ("crossed", readText(dir.path("from-shell")));
+// Every file of the vectors' folder has its row in the table, and every row its file.
+TEST(Vectors, TheTableListsEveryFileOfTheFolder) {
+  std::set<std::string> files, rows;
+  for (const auto& file : std::filesystem::directory_iterator(zttsp_test::dataPath("vectors"))) {
+    if (file.path().extension() != ".md") files.insert(file.path().filename().string());
+  }
+  for (const zttsp_test::Vector& v : zttsp_test::vectors())
+    rows.insert(v.file);
+  EXPECT_EQ(files, rows);
 }
 
 #ifdef _WIN32

@@ -7,6 +7,7 @@
 #include "outside/asn1/signed_data.h"
 #include "outside/asn1rt/asn1_seqof.h"
 #include "outside/ztasn1/object_identifier.h"
+#include "outside/ztasn1/octet_string.h"
 
 using Zanthorel::CBlob;
 using Zanthorel::CBlobList;
@@ -62,6 +63,10 @@ struct MadePki {
     pki.dir = dir;
     zttsp_test::writeText(dir + "/tsa.ext", "extendedKeyUsage = critical,timeStamping\n");
     zttsp_test::writeText(dir + "/tsa.cnf", kTsaConfig);
+    zttsp_test::writeText(dir + "/bare.cnf",
+                          "[tsa_config]\nserial = serial.txt\ncrypto_device = builtin\n"
+                          "signer_digest = sha256\ndefault_policy = 1.2.3.4.1\n"
+                          "digests = sha1, sha256, sha384, sha512\n");
     zttsp_test::writeText(dir + "/serial.txt", "0A1B2C3D\n");
     runIn(dir,
           "openssl req -x509 -newkey rsa:2048 -nodes -subj '/O=Zanthorel Test/CN=Test CA' -days 2 "
@@ -138,7 +143,7 @@ CToken tokenFor(const Authority& authority, const std::string& data) {
 
 TokenLayout layoutOf(const CBlob& token) {
   const auto spanOf = [&token](const OSOCTET* data, std::size_t length) {
-    return Span{static_cast<std::size_t>(data - token.pbData()), length};
+    return data == nullptr ? Span{} : Span{static_cast<std::size_t>(data - token.pbData()), length};
   };
   ASN1BERDecodeBuffer in(token.pbData(), token.cbData());
   ASN1T_ContentInfo contentInfo;
@@ -179,10 +184,24 @@ HRESULT certificateError(const CBlob& bytes) {
   return error;
 }
 
-CBlob opensslToken(const Authority& authority, bool cert, bool nonce) {
-  shell(std::string("openssl ts -query -data data.txt -sha256") + (cert ? " -cert" : "") +
-        (nonce ? "" : " -no_nonce") + " -out request.tsq && openssl ts -reply -config tsa.cnf " +
-        "-section tsa_config -queryfile request.tsq -signer " + authority.name + ".pem -inkey " +
+CBlob tstInfoOf(const CBlob& token) {
+  const Span content = layoutOf(token).content;
+  const CBlob element(token.pbData() + content.offset, static_cast<std::uint32_t>(content.length));
+  return element.pbData()[0] == 0x30 ? element : Zanthorel::ASN1::fromOctetString(element);
+}
+
+CBlob signedAgain(const CToken& token) {
+  const auto signer = rsaSigner();
+  CToken copy(token);
+  copy.sign(signer.provider(), signer.keySpec(), signer.certificate(), sha256());
+  return copy.encode();
+}
+
+CBlob opensslToken(const Authority& authority, bool cert, bool nonce, const std::string& digest,
+                   const std::string& config) {
+  shell("openssl ts -query -data data.txt -" + digest + (cert ? " -cert" : "") +
+        (nonce ? "" : " -no_nonce") + " -out request.tsq && openssl ts -reply -config " + config +
+        " -section tsa_config -queryfile request.tsq -signer " + authority.name + ".pem -inkey " +
         authority.name + ".key -token_out -out token.der");
   return readFile(pki().dir + "/token.der");
 }

@@ -69,10 +69,19 @@ TokenLayout layoutOf(const Zanthorel::CBlob& token);
 // The error that CertCreateCertificateContext leaves for `bytes`, which are no certificate.
 HRESULT certificateError(const Zanthorel::CBlob& bytes);
 
-// A token made by `openssl ts -reply` for the SHA-256 of data.txt in the PKI's folder, signed by
-// `authority` (with -cert: its certificate in the token; with a nonce unless `nonce` is false).
-// The request is left in request.tsq.
-Zanthorel::CBlob opensslToken(const Authority& authority, bool cert, bool nonce = true);
+// The TSTInfo element of an encoded token, taken out of its OCTET STRING when it is in one.
+Zanthorel::CBlob tstInfoOf(const Zanthorel::CBlob& token);
+// The fields of `token` signed again by the RSA authority: the TSTInfo of the result is what the
+// library writes for them.
+Zanthorel::CBlob signedAgain(const Zanthorel::PKI::TSP::CToken& token);
+
+// A token made by `openssl ts -reply` for the `digest` of data.txt in the PKI's folder, signed by
+// `authority` (with -cert: its certificate in the token; with a nonce unless `nonce` is false)
+// with the settings of `config`: tsa.cnf, or bare.cnf, which sets no optional field. The request
+// is left in request.tsq.
+Zanthorel::CBlob opensslToken(const Authority& authority, bool cert, bool nonce = true,
+                              const std::string& digest = "sha256",
+                              const std::string& config = "tsa.cnf");
 
 // An RSA authority's key in a provider, in either build.
 zttsp_test::TestSigner rsaSigner(const Authority& authority = pki().rsa);

@@ -1,5 +1,5 @@
-// Signing, decoding and key helpers of the platform tests, over the shared test PKI.
-#include "tests/platform/platform_fixture.h"
+// Signing, decoding and key helpers through the platform layer, over the shared test PKI.
+#include "tests/support/platform_messages.h"
 
 #include "outside/asn1rt/der_writer.h"
 
@@ -107,6 +107,12 @@ DecodedMessage::DecodedMessage(const Bytes& message, DWORD type)
 
 DecodedMessage::~DecodedMessage() {
   CryptMsgClose(handle_);
+}
+
+bool DecodedMessage::close() {
+  const bool closed = CryptMsgClose(handle_) != FALSE;
+  handle_ = nullptr;
+  return closed;
 }
 
 Bytes DecodedMessage::param(DWORD type, DWORD index) const {

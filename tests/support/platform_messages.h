@@ -1,4 +1,5 @@
-// Keys, certificates and message helpers for the platform layer's tests.
+// Keys, certificates and messages through the Linux platform layer, for the platform tests and the
+// hostile catalogue.
 #pragma once
 
 #include <string>
@@ -52,6 +53,9 @@ struct Attribute {
   std::string oid;
   std::vector<Bytes> values;  // complete DER elements
 };
+inline bool operator==(const Attribute& a, const Attribute& b) {
+  return a.oid == b.oid && a.values == b.values;
+}
 
 struct SignOptions {
   bool cms = false;  // CMSG_CMS_ENCAPSULATED_CONTENT_FLAG
@@ -72,6 +76,8 @@ class DecodedMessage {
   explicit DecodedMessage(const Bytes& message, DWORD type = 0);
   ~DecodedMessage();
   bool ok() const { return ok_; }
+  // Closes the handle now: whether it closed cleanly.
+  bool close();
   DWORD error() const { return error_; }
   HCRYPTMSG handle() const { return handle_; }
 
