@@ -44,7 +44,7 @@ TEST(MessageCodec, DecodesAndReencodesEveryRequestVector) {
     const CBlob input = readFile(vectorPath(name));
     int status;
     const CBlob output = reencode<ASN1T_TimeStampReq, ASN1C_TimeStampReq>(input, status);
-    ASSERT_EQ(0, status) << asn1StatusText(status);
+    ASSERT_EQ(0, status);
     EXPECT_EQ(toHex(input), toHex(output)) << "DER in, the same DER out";
   }
 }
@@ -64,7 +64,7 @@ TEST(MessageCodec, DecodesEveryResponseVectorAndKeepsTheTokenAsSent) {
     const CBlob input = readFile(vectorPath(name));
     int status;
     const CBlob output = reencode<ASN1T_TimeStampResp, ASN1C_TimeStampResp>(input, status);
-    ASSERT_EQ(0, status) << asn1StatusText(status);
+    ASSERT_EQ(0, status);
     EXPECT_EQ(toHex(input), toHex(output));
   }
 }
@@ -87,7 +87,7 @@ TEST(MessageCodec, RoundTripsEveryGeneralNameAlternative) {
     ASN1CTXT ctxt;
     BerReader in(input.pbData(), input.cbData(), &ctxt);
     ASN1T_GeneralName name;
-    ASSERT_TRUE(asn1D_GeneralName(in, name)) << asn1StatusText(ctxt.status);
+    ASSERT_TRUE(asn1D_GeneralName(in, name)) << "status " << ctxt.status;
     EXPECT_TRUE(in.empty());
     DerWriter out(&ctxt);
     asn1E_GeneralName(out, name);
