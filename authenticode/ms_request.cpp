@@ -4,6 +4,7 @@
 #include <string>
 
 #include "frame/errors.h"
+#include "frame/record.h"
 #include "outside/asn1/authenticode.h"
 #include "outside/ztasn1/object_identifier.h"
 
@@ -36,14 +37,10 @@ CMSRequest::CMSRequest(const char* timeStampAlgorithm, const CContentInfo& conte
   guard.release();
 }
 
-CMSRequest::CMSRequest(const CMSRequest& other) : impl_(new CMSRequestImpl(*other.impl_)) {}
+CMSRequest::CMSRequest(const CMSRequest& other) : impl_(copyRecord(other.impl_)) {}
 
 CMSRequest& CMSRequest::operator=(const CMSRequest& other) {
-  if (this != &other) {
-    auto* copy = new CMSRequestImpl(*other.impl_);
-    clear();
-    impl_ = copy;
-  }
+  assignRecord(impl_, other.impl_);
   return *this;
 }
 
@@ -52,8 +49,7 @@ CMSRequest::~CMSRequest() {
 }
 
 void CMSRequest::clear() {
-  delete impl_;
-  impl_ = nullptr;
+  releaseRecord(impl_);
 }
 
 const char* CMSRequest::get_timeStampAlgorithm() const {

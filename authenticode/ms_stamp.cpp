@@ -4,6 +4,7 @@
 
 #include "frame/cms_params.h"
 #include "frame/crypt_message.h"
+#include "frame/record.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztasn1/octet_string.h"
 
@@ -95,14 +96,10 @@ CMSStamp::CMSStamp(const CBlob& content, const CDateTime& signingTime) : impl_(n
   guard.release();
 }
 
-CMSStamp::CMSStamp(const CMSStamp& other) : impl_(new CMSStampImpl(*other.impl_)) {}
+CMSStamp::CMSStamp(const CMSStamp& other) : impl_(copyRecord(other.impl_)) {}
 
 CMSStamp& CMSStamp::operator=(const CMSStamp& other) {
-  if (this != &other) {
-    auto* copy = new CMSStampImpl(*other.impl_);
-    clear();
-    impl_ = copy;
-  }
+  assignRecord(impl_, other.impl_);
   return *this;
 }
 
@@ -111,8 +108,7 @@ CMSStamp::~CMSStamp() {
 }
 
 void CMSStamp::clear() {
-  delete impl_;  // gives back the provider reference
-  impl_ = nullptr;
+  releaseRecord(impl_);  // gives back the provider reference
 }
 
 const CBlob& CMSStamp::get_content() const {

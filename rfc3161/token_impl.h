@@ -26,14 +26,17 @@ struct CTokenImpl {
   std::unique_ptr<ASN1::CBigInteger> nonce;
   std::unique_ptr<ASN1::CGeneralName> tsa;
   std::unique_ptr<ASN1::CExtensions> extensions;
-  // What the SignedData around it carries.
-  std::unique_ptr<ASN1::CAttributes> signedAttributes;
-  std::unique_ptr<ASN1::CAttributes> unsignedAttributes;
-  std::unique_ptr<CBlobList> certificates;
+  // What the SignedData around it carries. A list is replaced whole, never changed in place, so
+  // copies of a record share it; after decode the attribute lists are those of `signer`.
+  std::shared_ptr<const ASN1::CAttributes> signedAttributes;
+  std::shared_ptr<const ASN1::CAttributes> unsignedAttributes;
+  std::shared_ptr<const CBlobList> certificates;
   // The signature state: this record's own reference to the signed or decoded message, its
-  // first signer, and the bytes last decoded.
+  // first signer (read once, shared by copies; null before there is a message), and the bytes
+  // last decoded.
   HCRYPTMSG message = nullptr;
-  ASN1::CSignerInfo signerInfo;
+  std::shared_ptr<const ASN1::CSignerInfo> signer;
+  ASN1::CSignerInfo noSigner;  // what get_signerInfo gives while there is no signer
   CBlob encoded;
 
   CTokenImpl() = default;
