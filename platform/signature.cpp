@@ -46,14 +46,18 @@ SignatureScheme schemeOf(EVP_PKEY* key) {
 
 }  // namespace
 
-std::vector<BYTE> signDigest(EVP_PKEY* key, const EVP_MD* md, const Digest& digest) {
+EvpPkeyCtxPtr signingContext(EVP_PKEY* key, const EVP_MD* md) {
   EvpPkeyCtxPtr ctx(EVP_PKEY_CTX_new(key, nullptr));
-  std::size_t size = 0;
-  if (!ctx || EVP_PKEY_sign_init(ctx.get()) != 1 || !prepare(ctx.get(), key, schemeOf(key), md) ||
-      EVP_PKEY_sign(ctx.get(), nullptr, &size, digest.value, digest.size) != 1)
+  if (!ctx || EVP_PKEY_sign_init(ctx.get()) != 1 || !prepare(ctx.get(), key, schemeOf(key), md))
     fail(NTE_BAD_KEY);
+  return ctx;
+}
+
+std::vector<BYTE> signDigest(EVP_PKEY_CTX* context, const Digest& digest) {
+  std::size_t size = 0;
+  if (EVP_PKEY_sign(context, nullptr, &size, digest.value, digest.size) != 1) fail(NTE_BAD_KEY);
   std::vector<BYTE> signature(size);
-  if (EVP_PKEY_sign(ctx.get(), signature.data(), &size, digest.value, digest.size) != 1)
+  if (EVP_PKEY_sign(context, signature.data(), &size, digest.value, digest.size) != 1)
     fail(NTE_BAD_KEY);
   signature.resize(size);
   return signature;

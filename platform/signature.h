@@ -27,9 +27,13 @@ struct Digest {
 // The digest of the parts, one after the other.
 Digest computeDigest(const EVP_MD* md, std::initializer_list<ByteSpan> parts);
 
-// The signature of `digest` (made with `md`): PKCS #1 v1.5 for RSA keys, DER ECDSA-Sig-Value for
-// EC keys. Throws NTE_BAD_KEY when the key cannot sign.
-std::vector<BYTE> signDigest(EVP_PKEY* key, const EVP_MD* md, const Digest& digest);
+// A context that signs digests made with `md` by `key`: PKCS #1 v1.5 for RSA keys, ECDSA for EC
+// keys. Throws NTE_BAD_KEY when the key cannot sign so.
+EvpPkeyCtxPtr signingContext(EVP_PKEY* key, const EVP_MD* md);
+
+// The signature of `digest` by `context` (from signingContext): for EC keys a DER
+// ECDSA-Sig-Value. Throws NTE_BAD_KEY when the key cannot sign.
+std::vector<BYTE> signDigest(EVP_PKEY_CTX* context, const Digest& digest);
 
 // Whether `signature` is `key`'s signature of `digest` under `scheme`.
 bool verifyDigest(EVP_PKEY* key, SignatureScheme scheme, const EVP_MD* md, const Digest& digest,

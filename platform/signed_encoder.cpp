@@ -290,7 +290,8 @@ void SignedEncoder::signOne(Signer& signer, ASN1CTXT& scratch) {
     if (!set.ok()) failWithAsn1Status(scratch);
     toSign = computeDigest(signer.digest, {{set.data(), set.size()}});
   }
-  const std::vector<BYTE> signature = signDigest(key, signer.digest, toSign);
+  const std::vector<BYTE> signature =
+      signDigest(signer.provider->signingContext(signer.keySpec, signer.digest).get(), toSign);
 
   ASN1T_SignerInfo info;
   info.version = kSignerInfoVersion;

@@ -26,7 +26,7 @@ bool parseArc(const char*& p, std::uint64_t& arc) {
   arc = 0;
   for (; *p >= '0' && *p <= '9'; ++p) {
     const std::uint64_t digit = static_cast<std::uint64_t>(*p - '0');
-    if (arc > (UINT64_MAX - digit) / 10) return false;
+    if (arc > UINT64_MAX / 10 || (arc == UINT64_MAX / 10 && digit > UINT64_MAX % 10)) return false;
     arc = arc * 10 + digit;
   }
   return true;
@@ -65,8 +65,8 @@ std::size_t putBase128(std::uint64_t value, OSOCTET* out) {
 }
 
 // The contents octets of the dotted identifier `p`, written at `out` when that is not null; gives
-// their number, or 0 when the text is no identifier. Counted first, the octets take one
-// allocation of the right size.
+// their number, or 0 when the text is no identifier. There is never more than one octet for each
+// character of the text.
 std::size_t encodeDotted(const char* p, OSOCTET* out) {
   std::uint64_t top, second;
   if (!parseArc(p, top) || *p++ != '.' || !parseArc(p, second) || top > 2 ||
@@ -109,11 +109,18 @@ int oid2str(std::string& text, const ASN1OBJID* oid) {
 void ASN1TObjId_traits::set(ASN1CTXT* ctxt, ASN1OBJID& oid, const char* text) {
   oid = ASN1OBJID{};
   if (text == nullptr || *text == '\0') return;
-  const std::size_t size = encodeDotted(text, nullptr);
+  // Real identifiers are written in one pass on the stack; longer text is counted first.
+  OSOCTET local[64];
+  const bool fits = std::strlen(text) <= sizeof local;
+  const std::size_t size = encodeDotted(text, fits ? local : nullptr);
   if (size == 0) ATL::AtlThrow(E_INVALIDARG);
-  auto* octets = static_cast<OSOCTET*>(allocOrThrow(ctxt, size));
-  encodeDotted(text, octets);
-  oid.data = octets;
+  if (fits) {
+    oid.data = copyToContext(ctxt, local, size);
+  } else {
+    auto* octets = static_cast<OSOCTET*>(allocOrThrow(ctxt, size));
+    encodeDotted(text, octets);
+    oid.data = octets;
+  }
   oid.numocts = static_cast<OSUINT32>(size);
 }
 
