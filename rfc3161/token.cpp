@@ -162,7 +162,7 @@ const CBlobList* CToken::get_certificates() const {
 }
 
 const CSignerInfo& CToken::get_signerInfo() const {
-  return impl_->signer ? *impl_->signer : impl_->noSigner;
+  return impl_->signer ? impl_->signer->get() : impl_->noSigner;
 }
 
 void CToken::put_accuracy(const CAccuracy* accuracy) {

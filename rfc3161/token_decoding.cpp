@@ -31,8 +31,8 @@ ASN1DynOctStr tstInfoIn(const CBlob& content, ASN1CTXT* ctxt) {
 }
 
 // The signer's own attribute list, shared with it; null when the signer has none.
-std::shared_ptr<const ASN1::CAttributes> partOf(
-    const std::shared_ptr<const ASN1::CSignerInfo>& signer, const ASN1::CAttributes* attributes) {
+std::shared_ptr<const ASN1::CAttributes> partOf(const std::shared_ptr<const TokenSigner>& signer,
+                                                const ASN1::CAttributes* attributes) {
   if (attributes == nullptr) return nullptr;
   return std::shared_ptr<const ASN1::CAttributes>(signer, attributes);
 }
@@ -56,17 +56,17 @@ void CToken::decode(const CBlob& encoded) {
       szOID_TIMESTAMP_TOKEN)
     ThrowHResult(CRYPT_E_BAD_MSG);
 
-  auto signer = std::make_shared<ASN1::CSignerInfo>();
-  decodeSignerInfo(getMessageParam(message.get(), CMSG_ENCODED_SIGNER, 0), *signer);
-  token.signer = signer;
+  token.signer =
+      std::make_shared<TokenSigner>(getMessageParam(message.get(), CMSG_ENCODED_SIGNER, 0), true);
+  const ASN1::CSignerInfo& signer = token.signer->get();
 
   ASN1T_TSTInfo tstInfo;
   buffer.setBuffer(tstInfoBytes.data, tstInfoBytes.numocts);
   if (ASN1C_TSTInfo(buffer, tstInfo).Decode() < 0) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
   getTSTInfo(token, tstInfo);
 
-  token.signedAttributes = partOf(token.signer, signer->get_signedAttributes());
-  token.unsignedAttributes = partOf(token.signer, signer->get_unsignedAttributes());
+  token.signedAttributes = partOf(token.signer, signer.get_signedAttributes());
+  token.unsignedAttributes = partOf(token.signer, signer.get_unsignedAttributes());
   token.certificates = getMessageCertificates(message.get());
   token.message = message.release();
 }

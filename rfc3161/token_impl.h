@@ -7,6 +7,7 @@
 #include <string>
 
 #include "rfc3161/token.h"
+#include "rfc3161/token_signer.h"
 #include "sdk/win32.h"
 
 namespace Zanthorel {
@@ -32,10 +33,9 @@ struct CTokenImpl {
   std::shared_ptr<const ASN1::CAttributes> unsignedAttributes;
   std::shared_ptr<const CBlobList> certificates;
   // The signature state: this record's own reference to the signed or decoded message, its
-  // first signer (read once, shared by copies; null before there is a message), and the bytes
-  // last decoded.
+  // first signer (null before there is a message), and the bytes last decoded.
   HCRYPTMSG message = nullptr;
-  std::shared_ptr<const ASN1::CSignerInfo> signer;
+  std::shared_ptr<const TokenSigner> signer;
   ASN1::CSignerInfo noSigner;  // what get_signerInfo gives while there is no signer
   CBlob encoded;
 

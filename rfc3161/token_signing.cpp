@@ -43,9 +43,8 @@ void CToken::sign(std::uintptr_t hCryptProv, std::uint32_t dwKeySpec, const CBlo
   }
   token.message = message.release();
   // Once: a signed message never changes, and copies share the signer along with it.
-  auto signerInfo = std::make_shared<ASN1::CSignerInfo>();
-  decodeSignerInfo(getMessageParam(token.message, CMSG_ENCODED_SIGNER, 0), *signerInfo);
-  token.signer = std::move(signerInfo);
+  token.signer =
+      std::make_shared<TokenSigner>(getMessageParam(token.message, CMSG_ENCODED_SIGNER, 0), false);
 }
 
 CBlob CToken::encode() const {
