@@ -30,12 +30,10 @@ struct CMSRequestImpl {
 CMSRequest::CMSRequest() : impl_(new CMSRequestImpl) {}
 
 CMSRequest::CMSRequest(const char* timeStampAlgorithm, const CContentInfo& contentInfo)
-    : impl_(new CMSRequestImpl) {
-  std::unique_ptr<CMSRequestImpl> guard(impl_);
-  impl_->timeStampAlgorithm = timeStampAlgorithm;
-  impl_->contentInfo = contentInfo;
-  guard.release();
-}
+    : impl_(newRecord<CMSRequestImpl>([&](CMSRequestImpl& record) {
+        record.timeStampAlgorithm = timeStampAlgorithm;
+        record.contentInfo = contentInfo;
+      })) {}
 
 CMSRequest::CMSRequest(const CMSRequest& other) : impl_(copyRecord(other.impl_)) {}
 

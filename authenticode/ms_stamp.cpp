@@ -89,12 +89,11 @@ struct CMSStampImpl {
 
 CMSStamp::CMSStamp() : impl_(new CMSStampImpl) {}
 
-CMSStamp::CMSStamp(const CBlob& content, const CDateTime& signingTime) : impl_(new CMSStampImpl) {
-  std::unique_ptr<CMSStampImpl> guard(impl_);
-  impl_->content = content;
-  impl_->signingTime = signingTime;
-  guard.release();
-}
+CMSStamp::CMSStamp(const CBlob& content, const CDateTime& signingTime)
+    : impl_(newRecord<CMSStampImpl>([&](CMSStampImpl& record) {
+        record.content = content;
+        record.signingTime = signingTime;
+      })) {}
 
 CMSStamp::CMSStamp(const CMSStamp& other) : impl_(copyRecord(other.impl_)) {}
 

@@ -8,6 +8,19 @@ namespace Zanthorel {
 namespace PKI {
 namespace TSP {
 
+// A new default record given its first values by `fill(Record&)`; freed again should `fill` throw.
+template <class Record, class Fill>
+Record* newRecord(Fill fill) {
+  Record* record = new Record;
+  try {
+    fill(*record);
+  } catch (...) {
+    delete record;
+    throw;
+  }
+  return record;
+}
+
 // A new record, a copy of `other`.
 template <class Record>
 Record* copyRecord(const Record* other) {

@@ -48,13 +48,11 @@ CRequest::CRequest() : impl_(new CRequestImpl) {}
 
 CRequest::CRequest(const CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
                    bool certReq)
-    : impl_(new CRequestImpl) {
-  std::unique_ptr<CRequestImpl> guard(impl_);
-  impl_->hashAlgorithm = hashAlgorithm;
-  impl_->hashedMessage = hashedMessage;
-  impl_->certReq = certReq;
-  guard.release();
-}
+    : impl_(newRecord<CRequestImpl>([&](CRequestImpl& record) {
+        record.hashAlgorithm = hashAlgorithm;
+        record.hashedMessage = hashedMessage;
+        record.certReq = certReq;
+      })) {}
 
 CRequest::CRequest(const CRequest& other) : impl_(copyRecord(other.impl_)) {}
 

@@ -70,16 +70,14 @@ CToken::CToken() : impl_(new CTokenImpl) {}
 CToken::CToken(const char* policy, const CAlgorithmIdentifierEx& hashAlgorithm,
                const CBlob& hashedMessage, const CBigInteger& serialNumber,
                const CDateTime& genTime, bool ordering)
-    : impl_(new CTokenImpl) {
-  std::unique_ptr<CTokenImpl> guard(impl_);
-  impl_->policy = policy;
-  impl_->hashAlgorithm = hashAlgorithm;
-  impl_->hashedMessage = hashedMessage;
-  impl_->serialNumber = serialNumber;
-  impl_->genTime = genTime.getGeneralizedTime().c_str();
-  impl_->ordering = ordering;
-  guard.release();
-}
+    : impl_(newRecord<CTokenImpl>([&](CTokenImpl& record) {
+        record.policy = policy;
+        record.hashAlgorithm = hashAlgorithm;
+        record.hashedMessage = hashedMessage;
+        record.serialNumber = serialNumber;
+        record.genTime = genTime.getGeneralizedTime().c_str();
+        record.ordering = ordering;
+      })) {}
 
 CToken::CToken(const CToken& other) : impl_(copyRecord(other.impl_)) {}
 
