@@ -80,7 +80,7 @@ void verifySigner(const std::vector<ASN1T_SignerInfo>& signers, const ASN1OBJID&
   if (index == signers.size()) fail(CRYPT_E_SIGNER_NOT_FOUND);
   const ASN1T_SignerInfo& signer = signers[index];
 
-  const EvpPkeyPtr key = publicKeyOf(certificate.SubjectPublicKeyInfo);
+  const std::shared_ptr<VerifyingKey> key = publicKeyOf(certificate.SubjectPublicKeyInfo);
   const EVP_MD* digest = digestByOid(dotted(signer.digestAlgorithm.algorithm));
   SignatureAlgorithm algorithm;
   if (digest == nullptr ||
@@ -105,7 +105,7 @@ void verifySigner(const std::vector<ASN1T_SignerInfo>& signers, const ASN1OBJID&
   } else if (signatureDigest != digest) {
     signed_ = computeDigest(signatureDigest, {digestInput});
   }
-  const bool verified = verifyDigest(key.get(), algorithm.scheme, signatureDigest, signed_,
+  const bool verified = verifyDigest(key->context(algorithm.scheme, signatureDigest).get(), signed_,
                                      {signer.signature.data, signer.signature.numocts});
   if (!verified) fail(NTE_BAD_SIGNATURE);
 }
