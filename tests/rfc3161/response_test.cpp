@@ -187,6 +187,20 @@ TEST(Response, ReadsTheResponsesOfRealAuthorities) {
   const CToken* token = tampered.get_timeStampToken();
   ASSERT_TRUE(token != nullptr && token->get_certificates() != nullptr);
   EXPECT_FALSE(token->verify(token->get_certificates()->front()));
+
+  // A token whose own lengths are BER is held as the codec writes it: the DER it was made from.
+  const CBlob der = readFile(vectorPath("tst-freetsa-sha384-micros-ordering-nocerts.der"));
+  const std::size_t header = 2 + (der.pbData()[1] < 0x80 ? 0 : der.pbData()[1] & 0x7F);
+  CResponse ber;
+  ber.decode(
+      fromHex("3080"
+              "3003020100"
+              "3080" +
+              zttsp_test::toHex(der).substr(2 * header) +
+              "0000"
+              "0000"));
+  ASSERT_NE(nullptr, ber.get_timeStampToken());
+  EXPECT_TRUE(der == ber.get_timeStampToken()->encode());
 }
 
 TEST(Response, HoldsStatusAndTokenIndependently) {
