@@ -4,6 +4,7 @@
 #include <string>
 
 #include "frame/errors.h"
+#include "frame/record.h"
 #include "outside/asn1/authenticode.h"
 #include "outside/ztasn1/object_identifier.h"
 
@@ -29,21 +30,15 @@ struct CMSRequestImpl {
 CMSRequest::CMSRequest() : impl_(new CMSRequestImpl) {}
 
 CMSRequest::CMSRequest(const char* timeStampAlgorithm, const CContentInfo& contentInfo)
-    : impl_(new CMSRequestImpl) {
-  std::unique_ptr<CMSRequestImpl> guard(impl_);
-  impl_->timeStampAlgorithm = timeStampAlgorithm;
-  impl_->contentInfo = contentInfo;
-  guard.release();
-}
+    : impl_(newRecord<CMSRequestImpl>([&](CMSRequestImpl& record) {
+        record.timeStampAlgorithm = timeStampAlgorithm;
+        record.contentInfo = contentInfo;
+      })) {}
 
-CMSRequest::CMSRequest(const CMSRequest& other) : impl_(new CMSRequestImpl(*other.impl_)) {}
+CMSRequest::CMSRequest(const CMSRequest& other) : impl_(copyRecord(other.impl_)) {}
 
 CMSRequest& CMSRequest::operator=(const CMSRequest& other) {
-  if (this != &other) {
-    auto* copy = new CMSRequestImpl(*other.impl_);
-    clear();
-    impl_ = copy;
-  }
+  assignRecord(impl_, other.impl_);
   return *this;
 }
 
@@ -52,8 +47,7 @@ CMSRequest::~CMSRequest() {
 }
 
 void CMSRequest::clear() {
-  delete impl_;
-  impl_ = nullptr;
+  releaseRecord(impl_);
 }
 
 const char* CMSRequest::get_timeStampAlgorithm() const {

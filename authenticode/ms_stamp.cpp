@@ -4,6 +4,7 @@
 
 #include "frame/cms_params.h"
 #include "frame/crypt_message.h"
+#include "frame/record.h"
 #include "outside/ztasn1/attributes.h"
 #include "outside/ztasn1/octet_string.h"
 
@@ -88,21 +89,16 @@ struct CMSStampImpl {
 
 CMSStamp::CMSStamp() : impl_(new CMSStampImpl) {}
 
-CMSStamp::CMSStamp(const CBlob& content, const CDateTime& signingTime) : impl_(new CMSStampImpl) {
-  std::unique_ptr<CMSStampImpl> guard(impl_);
-  impl_->content = content;
-  impl_->signingTime = signingTime;
-  guard.release();
-}
+CMSStamp::CMSStamp(const CBlob& content, const CDateTime& signingTime)
+    : impl_(newRecord<CMSStampImpl>([&](CMSStampImpl& record) {
+        record.content = content;
+        record.signingTime = signingTime;
+      })) {}
 
-CMSStamp::CMSStamp(const CMSStamp& other) : impl_(new CMSStampImpl(*other.impl_)) {}
+CMSStamp::CMSStamp(const CMSStamp& other) : impl_(copyRecord(other.impl_)) {}
 
 CMSStamp& CMSStamp::operator=(const CMSStamp& other) {
-  if (this != &other) {
-    auto* copy = new CMSStampImpl(*other.impl_);
-    clear();
-    impl_ = copy;
-  }
+  assignRecord(impl_, other.impl_);
   return *this;
 }
 
@@ -111,8 +107,7 @@ CMSStamp::~CMSStamp() {
 }
 
 void CMSStamp::clear() {
-  delete impl_;  // gives back the provider reference
-  impl_ = nullptr;
+  releaseRecord(impl_);  // gives back the provider reference
 }
 
 const CBlob& CMSStamp::get_content() const {

@@ -54,7 +54,6 @@ class CmsSignParameters {
 
   CMSG_SIGNED_ENCODE_INFO* signedInfo() noexcept { return &signedInfo_; }
   const CMSG_SIGNER_ENCODE_INFO& signer() const noexcept { return signer_; }
-  const CmsKeepAliveStores& stores() const noexcept { return stores_; }
 
  private:
   CmsKeepAliveStores stores_;

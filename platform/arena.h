@@ -1,8 +1,6 @@
 // Copies of the caller's bytes in a codec context's memory, for structures that outlive the call.
 #pragma once
 
-#include <cstring>
-
 #include "outside/asn1rt/asn1_context.h"
 #include "platform/api_guard.h"
 
@@ -10,9 +8,8 @@ namespace Zanthorel {
 namespace Platform {
 
 inline const OSOCTET* copyToArena(ASN1CTXT& arena, const void* bytes, std::size_t count) {
-  auto* copy = static_cast<OSOCTET*>(rtMemHeapAlloc(&arena.heap, count));
+  const OSOCTET* copy = rtMemHeapCopy(&arena.heap, bytes, count);
   if (copy == nullptr) fail(E_OUTOFMEMORY);
-  if (count != 0) std::memcpy(copy, bytes, count);
   return copy;
 }
 

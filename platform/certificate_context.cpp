@@ -1,5 +1,7 @@
 // CertCreateCertificateContext and CertFreeCertificateContext: OpenSSL checks each field of the
-// certificate, the context carries a CERT_INFO filled from it in the Windows forms.
+// certificate, the context carries a CERT_INFO filled from it in the Windows forms. Contexts are
+// reference-counted and kept by their encoding (certificate_cache.h): a certificate given again
+// gets another reference to the context already made.
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
@@ -14,6 +16,7 @@
 #include "outside/ztasn1/object_identifier.h"
 #include "platform/api_guard.h"
 #include "platform/asn1_errors.h"
+#include "platform/certificate_cache.h"
 #include "platform/openssl_ptr.h"
 
 using Zanthorel::BER::BerReader;
@@ -22,32 +25,6 @@ namespace Zanthorel {
 namespace Platform {
 
 namespace {
-
-// Owns a context, its CERT_INFO and every byte they point at. The context's hCertStore points
-// back here, so that CertFreeCertificateContext finds what to free.
-class CertificateRecord {
- public:
-  CERT_CONTEXT context{};
-  CERT_INFO info{};
-
-  BYTE* keep(const void* bytes, std::size_t count) {
-    pieces_.emplace_back(new BYTE[count + 1]);
-    BYTE* copy = pieces_.back().get();
-    if (count != 0) std::memcpy(copy, bytes, count);
-    copy[count] = 0;
-    return copy;
-  }
-  LPSTR keepText(const char* text) {
-    return reinterpret_cast<LPSTR>(keep(text, std::strlen(text)));
-  }
-  CRYPT_DATA_BLOB keepBlob(const void* bytes, std::size_t count) {
-    return {static_cast<DWORD>(count), count != 0 ? keep(bytes, count) : nullptr};
-  }
-  std::vector<CERT_EXTENSION> extensions;
-
- private:
-  std::vector<std::unique_ptr<BYTE[]>> pieces_;
-};
 
 // Splits one encoding that the record keeps; throws its codec failure.
 class KeptReader {
@@ -262,16 +239,20 @@ PCCERT_CONTEXT WINAPI CertCreateCertificateContext(DWORD dwCertEncodingType,
   return guardedCall<PCCERT_CONTEXT>(nullptr, [&]() -> PCCERT_CONTEXT {
     if ((dwCertEncodingType & X509_ASN_ENCODING) == 0) fail(E_INVALIDARG);
     if (pbCertEncoded == nullptr && cbCertEncoded != 0) fail(E_INVALIDARG);
+    CertificateCache& cache = CertificateCache::instance();
+    if (PCCERT_CONTEXT kept = cache.find(dwCertEncodingType, pbCertEncoded, cbCertEncoded))
+      return kept;
     auto record = std::make_unique<CertificateRecord>();
     checkOneSequence(pbCertEncoded, cbCertEncoded);
     BYTE* encoded = record->keep(pbCertEncoded, cbCertEncoded);
     fillInfo(*record, encoded, cbCertEncoded);
     record->context = {dwCertEncodingType, encoded, cbCertEncoded, &record->info, record.get()};
+    cache.add(*record);
     return &record.release()->context;
   });
 }
 
 BOOL WINAPI CertFreeCertificateContext(PCCERT_CONTEXT pCertContext) {
-  if (pCertContext != nullptr) delete static_cast<CertificateRecord*>(pCertContext->hCertStore);
+  if (pCertContext != nullptr) CertificateRecord::of(pCertContext)->release();
   return TRUE;
 }

@@ -7,6 +7,7 @@
 #include "platform/api_guard.h"
 #include "platform/key_provider.h"
 #include "platform/openssl_ptr.h"
+#include "platform/signature.h"
 
 namespace Zanthorel {
 namespace Platform {
@@ -34,6 +35,21 @@ void Provider::release() noexcept {
 EVP_PKEY* Provider::key(DWORD keySpec) const {
   if (keySpec != 0 && keySpec != AT_SIGNATURE && keySpec != AT_KEYEXCHANGE) fail(NTE_NO_KEY);
   return key_;
+}
+
+EvpPkeyCtxPtr Provider::signingContext(DWORD keySpec, const EVP_MD* md) {
+  EVP_PKEY* signer = key(keySpec);
+  const std::lock_guard<std::mutex> lock(preparedMutex_);
+  auto prepared = prepared_.begin();
+  while (prepared != prepared_.end() && prepared->first != md)
+    ++prepared;
+  if (prepared == prepared_.end()) {
+    prepared_.emplace_back(md, Platform::signingContext(signer, md));
+    prepared = prepared_.end() - 1;
+  }
+  EvpPkeyCtxPtr copy(EVP_PKEY_CTX_dup(prepared->second.get()));
+  if (!copy) fail(E_OUTOFMEMORY);
+  return copy;
 }
 
 namespace {

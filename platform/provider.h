@@ -5,7 +5,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <utility>
+#include <vector>
 
+#include "platform/openssl_ptr.h"
 #include "sdk/wincrypt.h"
 
 namespace Zanthorel {
@@ -29,6 +33,10 @@ class Provider {
   // The key served under `keySpec`: AT_SIGNATURE, AT_KEYEXCHANGE or 0 (whichever it holds).
   // Throws NTE_NO_KEY for any other specification.
   EVP_PKEY* key(DWORD keySpec) const;
+  // A context that signs digests made with `md` by the key under `keySpec` (see key): a copy of
+  // one prepared on first use, since setting a context up costs OpenSSL as much as hashing a
+  // whole token. Throws as key does, and NTE_BAD_KEY when the key cannot sign so.
+  EvpPkeyCtxPtr signingContext(DWORD keySpec, const EVP_MD* md);
 
  private:
   ~Provider();
@@ -37,6 +45,8 @@ class Provider {
   std::uint32_t magic_ = kMagic;
   std::atomic<DWORD> references_{1};
   EVP_PKEY* key_;
+  std::mutex preparedMutex_;
+  std::vector<std::pair<const EVP_MD*, EvpPkeyCtxPtr>> prepared_;  // one per digest signed with
 };
 
 }  // namespace Platform

@@ -1,26 +1,39 @@
 #include "platform/public_key_cache.h"
 
+#include "platform/signature.h"
+
 namespace Zanthorel {
 namespace Platform {
+
+EvpPkeyCtxPtr VerifyingKey::context(SignatureScheme scheme, const EVP_MD* md) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  auto prepared = prepared_.begin();
+  while (prepared != prepared_.end() && (prepared->scheme != scheme || prepared->md != md))
+    ++prepared;
+  if (prepared == prepared_.end()) {
+    prepared_.push_back({scheme, md, verifyingContext(key_.get(), scheme, md)});
+    prepared = prepared_.end() - 1;
+  }
+  if (!prepared->context) return nullptr;
+  return EvpPkeyCtxPtr(EVP_PKEY_CTX_dup(prepared->context.get()));
+}
 
 PublicKeyCache& PublicKeyCache::instance() {
   static PublicKeyCache cache;
   return cache;
 }
 
-EvpPkeyPtr PublicKeyCache::find(const std::string& id) {
+std::shared_ptr<VerifyingKey> PublicKeyCache::find(const std::string& id) {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = keys_.find(id);
-  if (found == keys_.end() || EVP_PKEY_up_ref(found->second.get()) != 1) return nullptr;
-  return EvpPkeyPtr(found->second.get());
+  return found != keys_.end() ? found->second : nullptr;
 }
 
-void PublicKeyCache::add(const std::string& id, EVP_PKEY* key) {
-  if (id.size() > kLongestId || EVP_PKEY_up_ref(key) != 1) return;
-  EvpPkeyPtr kept(key);
+void PublicKeyCache::add(const std::string& id, const std::shared_ptr<VerifyingKey>& key) {
+  if (id.size() > kLongestId) return;
   const std::lock_guard<std::mutex> lock(mutex_);
   if (keys_.size() >= kCapacity) keys_.clear();
-  keys_.emplace(id, std::move(kept));
+  keys_.emplace(id, key);
 }
 
 }  // namespace Platform

@@ -8,7 +8,6 @@
 #include "outside/asn1rt/der_writer.h"
 #include "outside/ztasn1/object_identifier.h"
 #include "platform/api_guard.h"
-#include "platform/public_key_cache.h"
 
 using Zanthorel::BER::DerWriter;
 
@@ -46,24 +45,33 @@ SignatureScheme schemeOf(EVP_PKEY* key) {
 
 }  // namespace
 
-std::vector<BYTE> signDigest(EVP_PKEY* key, const EVP_MD* md, const Digest& digest) {
+EvpPkeyCtxPtr signingContext(EVP_PKEY* key, const EVP_MD* md) {
   EvpPkeyCtxPtr ctx(EVP_PKEY_CTX_new(key, nullptr));
-  std::size_t size = 0;
-  if (!ctx || EVP_PKEY_sign_init(ctx.get()) != 1 || !prepare(ctx.get(), key, schemeOf(key), md) ||
-      EVP_PKEY_sign(ctx.get(), nullptr, &size, digest.value, digest.size) != 1)
+  if (!ctx || EVP_PKEY_sign_init(ctx.get()) != 1 || !prepare(ctx.get(), key, schemeOf(key), md))
     fail(NTE_BAD_KEY);
+  return ctx;
+}
+
+std::vector<BYTE> signDigest(EVP_PKEY_CTX* context, const Digest& digest) {
+  std::size_t size = 0;
+  if (EVP_PKEY_sign(context, nullptr, &size, digest.value, digest.size) != 1) fail(NTE_BAD_KEY);
   std::vector<BYTE> signature(size);
-  if (EVP_PKEY_sign(ctx.get(), signature.data(), &size, digest.value, digest.size) != 1)
+  if (EVP_PKEY_sign(context, signature.data(), &size, digest.value, digest.size) != 1)
     fail(NTE_BAD_KEY);
   signature.resize(size);
   return signature;
 }
 
-bool verifyDigest(EVP_PKEY* key, SignatureScheme scheme, const EVP_MD* md, const Digest& digest,
-                  ByteSpan signature) {
+EvpPkeyCtxPtr verifyingContext(EVP_PKEY* key, SignatureScheme scheme, const EVP_MD* md) {
   EvpPkeyCtxPtr ctx(EVP_PKEY_CTX_new(key, nullptr));
-  return ctx && EVP_PKEY_verify_init(ctx.get()) == 1 && prepare(ctx.get(), key, scheme, md) &&
-         EVP_PKEY_verify(ctx.get(), signature.data, signature.size, digest.value, digest.size) == 1;
+  if (!ctx || EVP_PKEY_verify_init(ctx.get()) != 1 || !prepare(ctx.get(), key, scheme, md))
+    return nullptr;
+  return ctx;
+}
+
+bool verifyDigest(EVP_PKEY_CTX* context, const Digest& digest, ByteSpan signature) {
+  return context != nullptr &&
+         EVP_PKEY_verify(context, signature.data, signature.size, digest.value, digest.size) == 1;
 }
 
 namespace {
@@ -114,7 +122,7 @@ EvpPkeyPtr decodedPublicKey(const CERT_PUBLIC_KEY_INFO& info) {
 
 }  // namespace
 
-EvpPkeyPtr publicKeyOf(const CERT_PUBLIC_KEY_INFO& info) {
+std::shared_ptr<VerifyingKey> publicKeyOf(const CERT_PUBLIC_KEY_INFO& info) {
   if (info.Algorithm.pszObjId == nullptr || info.PublicKey.cbData == 0 ||
       info.PublicKey.pbData == nullptr)
     fail(CRYPT_E_ASN1_EOD);
@@ -130,13 +138,14 @@ EvpPkeyPtr publicKeyOf(const CERT_PUBLIC_KEY_INFO& info) {
   id.push_back(static_cast<char>(info.PublicKey.cUnusedBits));
   id.append(reinterpret_cast<const char*>(info.PublicKey.pbData), info.PublicKey.cbData);
   PublicKeyCache& cache = PublicKeyCache::instance();
-  if (EvpPkeyPtr kept = cache.find(id)) return kept;
+  if (std::shared_ptr<VerifyingKey> kept = cache.find(id)) return kept;
 
   EvpPkeyPtr key = directPublicKey(info);
   if (!key) key = decodedPublicKey(info);
   if (!key) fail(CRYPT_E_ASN1_BADTAG);
-  cache.add(id, key.get());
-  return key;
+  auto verifying = std::make_shared<VerifyingKey>(std::move(key));
+  cache.add(id, verifying);
+  return verifying;
 }
 
 }  // namespace Platform

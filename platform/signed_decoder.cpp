@@ -85,14 +85,15 @@ void SignedDecoder::readContent() {
   if (!encap.m.contentPresent) return;
   const ASN1OpenType& element = encap.content;
   BerReader in(element.data, element.numocts, &ctxt_);
-  if (dataContent_ || in.nextIs(kTagOctetString)) {
+  ASN1TAG tag = 0;
+  if (dataContent_ || (in.peekTag(tag) && asn1Primitive(tag) == kTagOctetString)) {
     ASN1DynOctStr octets;
     if (!in.readOctetString(octets)) failDecoding(ctxt_, E_FAIL);
     digestInput_ = {octets.data, octets.numocts};
     content_ = digestInput_;
     if (dataContent_) return;
     content_ = {element.data, element.numocts};
-    if ((element.data[0] & 0x20) != 0) {  // constructed: handed out as one primitive string
+    if (asn1IsConstructed(tag)) {  // handed out as one primitive string
       DerWriter out(&ctxt_);
       out.putOctetString(octets);
       if (!out.ok()) failDecoding(ctxt_, E_OUTOFMEMORY);
@@ -172,8 +173,8 @@ void SignedDecoder::control(DWORD, DWORD type, const void* para) {
   if (type != CMSG_CTRL_VERIFY_SIGNATURE) fail(CRYPT_E_CONTROL_TYPE);
   if (para == nullptr) fail(E_INVALIDARG);
   if (state_ != State::Done) fail(CRYPT_E_MSG_ERROR);
-  verifySigner(signerEncodings_, signers_, signedData_.encapContentInfo.contentType, digestInput_,
-               wholeContentInput_, *static_cast<const CERT_INFO*>(para));
+  verifySigner(signers_, signedData_.encapContentInfo.contentType, digestInput_, wholeContentInput_,
+               *static_cast<const CERT_INFO*>(para));
 }
 
 }  // namespace Platform

@@ -23,7 +23,8 @@ constexpr DWORD kSignedInfoCmsSize = 64;
 constexpr DWORD kSignerInfoSize = 96;
 constexpr DWORD kSignerInfoCmsSize = 168;
 constexpr ASN1TAG kTagContent = asn1ContextTag(0, true);
-constexpr ASN1TAG kTagUnsignedAttrs = asn1ContextTag(1, true);
+// CMSG_SIGNER_INFO_V1: the signer is named by issuer and serial number.
+constexpr const char* kSignerInfoVersion = "1";
 
 // The CMS-only tail of a signer block of 168 bytes.
 struct SignerCmsFields {
@@ -174,10 +175,11 @@ void SignedEncoder::copySigner(const CMSG_SIGNER_ENCODE_INFO& info, bool forceAu
                                           ? copyElement(parameters.pbData, parameters.cbData)
                                           : ASN1OpenType{sizeof kNull, kNull};
 
-  signer.issuer = copyElement(cert->Issuer.pbData, cert->Issuer.cbData);
+  // The certificate's issuer exactly as it is encoded there.
+  signer.id.issuer = copyElement(cert->Issuer.pbData, cert->Issuer.cbData);
   const std::vector<BYTE> serial = bigEndianSerial(cert->SerialNumber);
-  signer.serialNumber = {static_cast<OSUINT32>(serial.size()),
-                         copyToArena(arena_, serial.data(), serial.size())};
+  signer.id.serialNumber = {static_cast<OSUINT32>(serial.size()),
+                            copyToArena(arena_, serial.data(), serial.size())};
 
   if ((info.cAuthAttr != 0 && info.rgAuthAttr == nullptr) ||
       (info.cUnauthAttr != 0 && info.rgUnauthAttr == nullptr))
@@ -288,32 +290,22 @@ void SignedEncoder::signOne(Signer& signer, ASN1CTXT& scratch) {
     if (!set.ok()) failWithAsn1Status(scratch);
     toSign = computeDigest(signer.digest, {{set.data(), set.size()}});
   }
-  const std::vector<BYTE> signature = signDigest(key, signer.digest, toSign);
+  const std::vector<BYTE> signature =
+      signDigest(signer.provider->signingContext(signer.keySpec, signer.digest).get(), toSign);
 
-  // SignerInfo ::= SEQUENCE { version, sid, digestAlgorithm, signedAttrs [0] IMPLICIT OPTIONAL,
-  //   signatureAlgorithm, signature, unsignedAttrs [1] IMPLICIT OPTIONAL }
+  ASN1T_SignerInfo info;
+  info.version = kSignerInfoVersion;
+  info.sid.t = T_SignerIdentifier_issuerAndSerialNumber;
+  info.sid.u.issuerAndSerialNumber = &signer.id;
+  info.digestAlgorithm = signer.digestAlgorithm;
+  info.m.signedAttrsPresent = signer.hasAuthAttributes;
+  info.signedAttrs = signedAttributes;
+  info.signatureAlgorithm = signatureAlgorithmFor(key, signer.digest, scratch);
+  info.signature = {static_cast<OSUINT32>(signature.size()), signature.data()};
+  info.m.unsignedAttrsPresent = signer.unauthAttributes.count != 0;
+  info.unsignedAttrs = signer.unauthAttributes;  // in the caller's order, as Windows writes them
   DerWriter out(&scratch);
-  const std::size_t seq = out.open(kTagSequence);
-  out.putInt64(CMSG_SIGNER_INFO_V1);
-  const std::size_t sid = out.open(kTagSequence);
-  out.putOpenType(signer.issuer);  // the certificate's issuer exactly as it is encoded there
-  out.putIntegerOctets(signer.serialNumber);
-  out.close(sid);
-  asn1E_AlgorithmIdentifier(out, signer.digestAlgorithm);
-  if (signer.hasAuthAttributes) {
-    asn1E_Attributes(out, signedAttributes, asn1ContextTag(0, true));
-  }
-  asn1E_AlgorithmIdentifier(out, signatureAlgorithmFor(key, signer.digest, scratch));
-  out.putOctetString({static_cast<OSUINT32>(signature.size()), signature.data()});
-  if (signer.unauthAttributes.count != 0) {
-    const std::size_t unsignedAttrs = out.open(kTagUnsignedAttrs);
-    for (const ASN1T_Attribute* attribute :
-         rtSeqOfItems<ASN1T_Attribute>(signer.unauthAttributes)) {
-      asn1E_Attribute(out, *attribute);  // in the caller's order
-    }
-    out.close(unsignedAttrs);
-  }
-  out.close(seq);
+  asn1E_SignerInfo(out, info);
   if (!out.ok()) failWithAsn1Status(scratch);
   signer.encoded.assign(out.data(), out.data() + out.size());
 }

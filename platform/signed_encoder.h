@@ -32,8 +32,7 @@ class SignedEncoder final : public Message {
     DWORD keySpec = 0;
     const EVP_MD* digest = nullptr;
     ASN1T_AlgorithmIdentifier digestAlgorithm{};
-    ASN1OpenType issuer{};
-    ASN1DynOctStr serialNumber{};
+    ASN1T_IssuerAndSerialNumber id{};
     ASN1TSeqOfList authAttributes{};  // the caller's, contentType and messageDigest left out
     ASN1TSeqOfList unauthAttributes{};
     bool hasAuthAttributes = false;

@@ -14,27 +14,16 @@ namespace Platform {
 
 namespace {
 
-// The issuer and serial number of an issuerAndSerialNumber signer, read from its encoding: the
-// issuer is compared as encoded, which the decoded Name no longer is.
-bool readIssuerAndSerial(const ASN1OpenType& encoding, ASN1OpenType& issuer,
-                         ASN1DynOctStr& serial) {
-  ASN1CTXT ctxt;
-  BerReader in(encoding.data, encoding.numocts, &ctxt);
-  BerReader seq, sid;
-  ASN1DynOctStr version;
-  return in.readSequence(seq) && seq.readIntegerOctets(version) && seq.nextIs(kTagSequence) &&
-         seq.readSequence(sid) && sid.readOpenType(issuer) && sid.readIntegerOctets(serial);
-}
-
-bool identifies(const CERT_INFO& certificate, const ASN1OpenType& encoding) {
-  ASN1OpenType issuer;
-  ASN1DynOctStr serial;
-  if (!readIssuerAndSerial(encoding, issuer, serial)) return false;
-  if (issuer.numocts != certificate.Issuer.cbData ||
-      std::memcmp(issuer.data, certificate.Issuer.pbData, issuer.numocts) != 0)
+// Whether `signer` names `certificate` by issuer, compared as encoded, and serial number.
+bool identifies(const CERT_INFO& certificate, const ASN1T_SignerInfo& signer) {
+  if (signer.sid.t != T_SignerIdentifier_issuerAndSerialNumber) return false;
+  const ASN1T_IssuerAndSerialNumber& id = *signer.sid.u.issuerAndSerialNumber;
+  if (id.issuer.numocts != certificate.Issuer.cbData ||
+      std::memcmp(id.issuer.data, certificate.Issuer.pbData, id.issuer.numocts) != 0)
     return false;
   const std::vector<BYTE> expected = bigEndianSerial(certificate.SerialNumber);
-  return sameInteger(serial.data, serial.numocts, expected.data(), expected.size());
+  return sameInteger(id.serialNumber.data, id.serialNumber.numocts, expected.data(),
+                     expected.size());
 }
 
 std::string dotted(const ASN1OBJID& oid) {
@@ -83,16 +72,15 @@ void checkContentType(const ASN1T_Attributes& attributes, const ASN1OBJID& conte
 
 }  // namespace
 
-void verifySigner(const std::vector<ASN1OpenType>& encodings,
-                  const std::vector<ASN1T_SignerInfo>& signers, const ASN1OBJID& contentType,
+void verifySigner(const std::vector<ASN1T_SignerInfo>& signers, const ASN1OBJID& contentType,
                   ByteSpan digestInput, ByteSpan otherDigestInput, const CERT_INFO& certificate) {
   std::size_t index = 0;
-  while (index < signers.size() && !identifies(certificate, encodings[index]))
+  while (index < signers.size() && !identifies(certificate, signers[index]))
     ++index;
   if (index == signers.size()) fail(CRYPT_E_SIGNER_NOT_FOUND);
   const ASN1T_SignerInfo& signer = signers[index];
 
-  const EvpPkeyPtr key = publicKeyOf(certificate.SubjectPublicKeyInfo);
+  const std::shared_ptr<VerifyingKey> key = publicKeyOf(certificate.SubjectPublicKeyInfo);
   const EVP_MD* digest = digestByOid(dotted(signer.digestAlgorithm.algorithm));
   SignatureAlgorithm algorithm;
   if (digest == nullptr ||
@@ -117,7 +105,7 @@ void verifySigner(const std::vector<ASN1OpenType>& encodings,
   } else if (signatureDigest != digest) {
     signed_ = computeDigest(signatureDigest, {digestInput});
   }
-  const bool verified = verifyDigest(key.get(), algorithm.scheme, signatureDigest, signed_,
+  const bool verified = verifyDigest(key->context(algorithm.scheme, signatureDigest).get(), signed_,
                                      {signer.signature.data, signer.signature.numocts});
   if (!verified) fail(NTE_BAD_SIGNATURE);
 }

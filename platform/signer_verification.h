@@ -17,8 +17,7 @@ namespace Platform {
 // without messageDigest or contentType), CRYPT_E_HASH_VALUE (messageDigest differs from the
 // content), CRYPT_E_UNEXPECTED_ENCODING (contentType differs from the content's),
 // NTE_BAD_SIGNATURE, and the key errors of publicKeyOf.
-void verifySigner(const std::vector<ASN1OpenType>& encodings,
-                  const std::vector<ASN1T_SignerInfo>& signers, const ASN1OBJID& contentType,
+void verifySigner(const std::vector<ASN1T_SignerInfo>& signers, const ASN1OBJID& contentType,
                   ByteSpan digestInput, ByteSpan otherDigestInput, const CERT_INFO& certificate);
 
 }  // namespace Platform

@@ -1,14 +1,15 @@
 #include "rfc3161/request.h"
 
-#include <cstring>
 #include <memory>
 #include <string>
 
 #include "frame/errors.h"
+#include "frame/record.h"
 #include "outside/asn1/tsp.h"
 #include "outside/ztasn1/algorithm_conversions.h"
 #include "outside/ztasn1/integer_conversions.h"
 #include "outside/ztasn1/object_identifier.h"
+#include "outside/ztasn1/ztasn1_errors.h"
 
 namespace Zanthorel {
 namespace PKI {
@@ -47,22 +48,16 @@ CRequest::CRequest() : impl_(new CRequestImpl) {}
 
 CRequest::CRequest(const CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
                    bool certReq)
-    : impl_(new CRequestImpl) {
-  std::unique_ptr<CRequestImpl> guard(impl_);
-  impl_->hashAlgorithm = hashAlgorithm;
-  impl_->hashedMessage = hashedMessage;
-  impl_->certReq = certReq;
-  guard.release();
-}
+    : impl_(newRecord<CRequestImpl>([&](CRequestImpl& record) {
+        record.hashAlgorithm = hashAlgorithm;
+        record.hashedMessage = hashedMessage;
+        record.certReq = certReq;
+      })) {}
 
-CRequest::CRequest(const CRequest& other) : impl_(new CRequestImpl(*other.impl_)) {}
+CRequest::CRequest(const CRequest& other) : impl_(copyRecord(other.impl_)) {}
 
 CRequest& CRequest::operator=(const CRequest& other) {
-  if (this != &other) {
-    auto* copy = new CRequestImpl(*other.impl_);
-    clear();
-    impl_ = copy;
-  }
+  assignRecord(impl_, other.impl_);
   return *this;
 }
 
@@ -71,8 +66,7 @@ CRequest::~CRequest() {
 }
 
 void CRequest::clear() {
-  delete impl_;
-  impl_ = nullptr;
+  releaseRecord(impl_);
 }
 
 std::uint32_t CRequest::get_version() const {
@@ -124,11 +118,9 @@ CBlob CRequest::encode() const {
   request.version = ASN1::DWORDToASN1BigInteger(ctxt, r.version);
   request.messageImprint.hashAlgorithm = ASN1::ASN1T_AlgorithmIdentifier_set(
       ctxt, r.hashAlgorithm.get_algorithm(), &r.hashAlgorithm.get_parameters());
-  auto* hash = static_cast<OSOCTET*>(rtMemHeapAlloc(&ctxt->heap, r.hashedMessage.cbData()));
-  if (hash == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
-  if (!r.hashedMessage.empty())
-    std::memcpy(hash, r.hashedMessage.pbData(), r.hashedMessage.cbData());
-  request.messageImprint.hashedMessage = {r.hashedMessage.cbData(), hash};
+  request.messageImprint.hashedMessage = {
+      r.hashedMessage.cbData(),
+      ASN1::copyToContext(ctxt, r.hashedMessage.pbData(), r.hashedMessage.cbData())};
   request.certReq = r.certReq;
   if (r.reqPolicy) {
     request.m.reqPolicyPresent = 1;
@@ -150,9 +142,7 @@ CBlob CRequest::encode() const {
 
 void CRequest::decode(const CBlob& encoded) {
   if (encoded.cbData() == 0 || encoded.pbData() == nullptr) ThrowHResult(E_INVALIDARG);
-  auto* fresh = new CRequestImpl;
-  clear();
-  impl_ = fresh;
+  renewRecord(impl_);
 
   ASN1T_TimeStampReq request;
   ASN1BERDecodeBuffer buffer(encoded.pbData(), encoded.cbData());

@@ -3,8 +3,11 @@
 #include <memory>
 
 #include "frame/errors.h"
+#include "frame/record.h"
 #include "outside/asn1/tsp.h"
 #include "sdk/win32.h"
+
+using Zanthorel::BER::BerReader;
 
 namespace Zanthorel {
 namespace PKI {
@@ -26,14 +29,10 @@ struct CResponseImpl {
 
 CResponse::CResponse() : impl_(new CResponseImpl) {}
 
-CResponse::CResponse(const CResponse& other) : impl_(new CResponseImpl(*other.impl_)) {}
+CResponse::CResponse(const CResponse& other) : impl_(copyRecord(other.impl_)) {}
 
 CResponse& CResponse::operator=(const CResponse& other) {
-  if (this != &other) {
-    auto* copy = new CResponseImpl(*other.impl_);
-    clear();
-    impl_ = copy;
-  }
+  assignRecord(impl_, other.impl_);
   return *this;
 }
 
@@ -42,8 +41,7 @@ CResponse::~CResponse() {
 }
 
 void CResponse::clear() {
-  delete impl_;
-  impl_ = nullptr;
+  releaseRecord(impl_);
 }
 
 const CPKIStatusInfo& CResponse::get_status() const {
@@ -63,22 +61,25 @@ void CResponse::put_timeStampToken(const CToken* timeStampToken) {
       timeStampToken != nullptr ? std::make_unique<CToken>(*timeStampToken) : nullptr;
 }
 
+// The token's own encoding is embedded as it is when it is the codec's writing of one ContentInfo,
+// as tokens that were signed or decoded here always are; other ContentInfo bytes are written as
+// the codec writes them, and bytes that are no ContentInfo refused.
 CBlob CResponse::encode() const {
   ASN1T_TimeStampResp response;
   ASN1BEREncodeBuffer out;
-  ASN1BERDecodeBuffer tokenBuffer;
   ASN1::ASN1T_PKIStatusInfo_traits::set(out.getCtxtPtr(), response.status, impl_->status);
 
-  // The decoded ContentInfo points into these bytes until the response is encoded.
+  // The structure points into these bytes until the response is encoded.
   CBlob tokenBytes;
   if (impl_->timeStampToken) {
     tokenBytes = impl_->timeStampToken->encode();
-    tokenBuffer.setBuffer(tokenBytes.pbData(), tokenBytes.cbData());
-    ASN1T_ContentInfo contentInfo;
-    if (ASN1C_TimeStampToken(tokenBuffer, contentInfo).Decode() < 0)
+    const ASN1OpenType token{tokenBytes.cbData(), tokenBytes.pbData()};
+    ASN1CTXT ctxt;
+    BerReader in(token.data, token.numocts, &ctxt);
+    if (!asn1D_ContentInfo(in, response.timeStampToken) || !in.finish())
       ThrowHResult(CRYPT_E_ASN1_INTERNAL);
     response.m.timeStampTokenPresent = 1;
-    response.timeStampToken = contentInfo;
+    if (asn1IsDerContentInfo(token)) response.timeStampTokenElement = token;
   }
 
   const int length = ASN1C_TimeStampResp(out, response).Encode();
@@ -86,23 +87,28 @@ CBlob CResponse::encode() const {
   return CBlob(out.getMsgPtr(), static_cast<std::uint32_t>(length));
 }
 
+// The token gets the ContentInfo as the codec writes it: the octets received when they are that
+// already, as a DER ContentInfo is, and their writing by the codec otherwise.
 void CResponse::decode(const CBlob& encoded) {
   if (encoded.cbData() == 0 || encoded.pbData() == nullptr) ThrowHResult(E_INVALIDARG);
-  auto* fresh = new CResponseImpl;
-  clear();
-  impl_ = fresh;
+  renewRecord(impl_);
 
   ASN1T_TimeStampResp response;
   ASN1BERDecodeBuffer in(encoded.pbData(), encoded.cbData());
-  ASN1BEREncodeBuffer tokenOut;
   if (ASN1C_TimeStampResp(in, response).Decode() < 0) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
   ASN1::ASN1T_PKIStatusInfo_traits::get(response.status, impl_->status);
   if (!response.m.timeStampTokenPresent) return;
 
-  // The token gets the ContentInfo as the codec writes it, not the bytes received.
-  const int length = ASN1C_TimeStampToken(tokenOut, response.timeStampToken).Encode();
-  if (length <= 0) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
-  const CBlob tokenBytes(tokenOut.getMsgPtr(), static_cast<std::uint32_t>(length));
+  const ASN1OpenType& received = response.timeStampTokenElement;
+  CBlob tokenBytes;
+  if (asn1IsDerContentInfo(received)) {
+    tokenBytes.assign(received.data, received.numocts);
+  } else {
+    ASN1BEREncodeBuffer tokenOut;
+    const int length = ASN1C_TimeStampToken(tokenOut, response.timeStampToken).Encode();
+    if (length <= 0) ThrowHResult(CRYPT_E_ASN1_INTERNAL);
+    tokenBytes.assign(tokenOut.getMsgPtr(), static_cast<std::uint32_t>(length));
+  }
   impl_->timeStampToken = std::make_unique<CToken>();
   impl_->timeStampToken->decode(tokenBytes);
 }

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "frame/record.h"
 #include "rfc3161/token_impl.h"
 #include "rfc3161/tstinfo_mapping.h"
 
@@ -18,16 +19,17 @@ using ASN1::CSignerInfo;
 
 namespace {
 
-template <class T>
-std::unique_ptr<T> copyOf(const std::unique_ptr<T>& source) {
-  return source ? std::make_unique<T>(*source) : nullptr;
-}
-
 // The writers' rule: the decoded bytes go first, then the copy replaces the old value.
 template <class T>
 void replace(CTokenImpl& token, std::unique_ptr<T>& field, const T* value) {
   token.encoded.clear();
   field = value != nullptr ? std::make_unique<T>(*value) : nullptr;
+}
+
+template <class T>
+void replace(CTokenImpl& token, std::shared_ptr<const T>& field, const T* value) {
+  token.encoded.clear();
+  field = value != nullptr ? std::make_shared<const T>(*value) : nullptr;
 }
 
 }  // namespace
@@ -47,17 +49,18 @@ bool operator!=(const CAccuracy& a, const CAccuracy& b) {
   return !(a == b);
 }
 
-// The TSTInfo fields travel through the codec's structure, as they would through an encoding.
-CTokenImpl::CTokenImpl(const CTokenImpl& other) {
+// The TSTInfo fields travel through the codec's structure, as they would through an encoding; the
+// lists and the signer, which nothing changes in place, are shared.
+CTokenImpl::CTokenImpl(const CTokenImpl& other)
+    : signedAttributes(other.signedAttributes),
+      unsignedAttributes(other.unsignedAttributes),
+      certificates(other.certificates),
+      signer(other.signer),
+      encoded(other.encoded) {
   ASN1BERDecodeBuffer arena;
   ASN1T_TSTInfo tstInfo;
   setTSTInfo(other, tstInfo, arena.getCtxtPtr());
   getTSTInfo(*this, tstInfo);
-  signedAttributes = copyOf(other.signedAttributes);
-  unsignedAttributes = copyOf(other.unsignedAttributes);
-  certificates = copyOf(other.certificates);
-  signerInfo = other.signerInfo;
-  encoded = other.encoded;
   // Last, once nothing can throw: a constructor that throws would not close it.
   if (other.message != nullptr) message = CryptMsgDuplicate(other.message);
 }
@@ -67,26 +70,23 @@ CToken::CToken() : impl_(new CTokenImpl) {}
 CToken::CToken(const char* policy, const CAlgorithmIdentifierEx& hashAlgorithm,
                const CBlob& hashedMessage, const CBigInteger& serialNumber,
                const CDateTime& genTime, bool ordering)
-    : impl_(new CTokenImpl) {
-  std::unique_ptr<CTokenImpl> guard(impl_);
-  impl_->policy = policy;
-  impl_->hashAlgorithm = hashAlgorithm;
-  impl_->hashedMessage = hashedMessage;
-  impl_->serialNumber = serialNumber;
-  impl_->genTime = genTime.getGeneralizedTime().c_str();
-  impl_->ordering = ordering;
-  guard.release();
-}
+    : impl_(newRecord<CTokenImpl>([&](CTokenImpl& record) {
+        record.policy = policy;
+        record.hashAlgorithm = hashAlgorithm;
+        record.hashedMessage = hashedMessage;
+        record.serialNumber = serialNumber;
+        record.genTime = genTime.getGeneralizedTime().c_str();
+        record.ordering = ordering;
+      })) {}
 
-CToken::CToken(const CToken& other) : impl_(new CTokenImpl(*other.impl_)) {}
+CToken::CToken(const CToken& other) : impl_(copyRecord(other.impl_)) {}
 
+// Unlike the other classes' assignment, the old record and its message go before the copy is
+// made: a copy that fails leaves a default token.
 CToken& CToken::operator=(const CToken& other) {
   if (impl_ != other.impl_) {
-    clear();
-    impl_ = new CTokenImpl;  // what the token holds should the copy fail
-    CTokenImpl* copy = new CTokenImpl(*other.impl_);
-    delete impl_;
-    impl_ = copy;
+    renewRecord(impl_);
+    assignRecord(impl_, other.impl_);
   }
   return *this;
 }
@@ -96,8 +96,7 @@ CToken::~CToken() {
 }
 
 void CToken::clear() {
-  delete impl_;
-  impl_ = nullptr;
+  releaseRecord(impl_);
 }
 
 std::uint32_t CToken::get_version() const {
@@ -161,7 +160,7 @@ const CBlobList* CToken::get_certificates() const {
 }
 
 const CSignerInfo& CToken::get_signerInfo() const {
-  return impl_->signerInfo;
+  return impl_->signer ? impl_->signer->get() : impl_->noSigner;
 }
 
 void CToken::put_accuracy(const CAccuracy* accuracy) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "rfc3161/token.h"
+#include "rfc3161/token_signer.h"
 #include "sdk/win32.h"
 
 namespace Zanthorel {
@@ -26,14 +27,16 @@ struct CTokenImpl {
   std::unique_ptr<ASN1::CBigInteger> nonce;
   std::unique_ptr<ASN1::CGeneralName> tsa;
   std::unique_ptr<ASN1::CExtensions> extensions;
-  // What the SignedData around it carries.
-  std::unique_ptr<ASN1::CAttributes> signedAttributes;
-  std::unique_ptr<ASN1::CAttributes> unsignedAttributes;
-  std::unique_ptr<CBlobList> certificates;
+  // What the SignedData around it carries. A list is replaced whole, never changed in place, so
+  // copies of a record share it; after decode the attribute lists are those of `signer`.
+  std::shared_ptr<const ASN1::CAttributes> signedAttributes;
+  std::shared_ptr<const ASN1::CAttributes> unsignedAttributes;
+  std::shared_ptr<const CBlobList> certificates;
   // The signature state: this record's own reference to the signed or decoded message, its
-  // first signer, and the bytes last decoded.
+  // first signer (null before there is a message), and the bytes last decoded.
   HCRYPTMSG message = nullptr;
-  ASN1::CSignerInfo signerInfo;
+  std::shared_ptr<const TokenSigner> signer;
+  ASN1::CSignerInfo noSigner;  // what get_signerInfo gives while there is no signer
   CBlob encoded;
 
   CTokenImpl() = default;

@@ -1,5 +1,7 @@
 // CToken::sign, which wraps the TSTInfo in a CMS SignedData, and CToken::encode, which hands out
 // the held message.
+#include <memory>
+
 #include "frame/cms_params.h"
 #include "frame/crypt_message.h"
 #include "outside/ztasn1/signer_info.h"
@@ -40,8 +42,9 @@ void CToken::sign(std::uintptr_t hCryptProv, std::uint32_t dwKeySpec, const CBlo
     ThrowHResult(error);
   }
   token.message = message.release();
-  // Once: a signed message never changes, and copies take the signer along with it.
-  decodeSignerInfo(getMessageParam(token.message, CMSG_ENCODED_SIGNER, 0), token.signerInfo);
+  // Once: a signed message never changes, and copies share the signer along with it.
+  token.signer =
+      std::make_shared<TokenSigner>(getMessageParam(token.message, CMSG_ENCODED_SIGNER, 0), false);
 }
 
 CBlob CToken::encode() const {

@@ -1,6 +1,5 @@
 #include "rfc3161/tstinfo_mapping.h"
 
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -8,6 +7,7 @@
 #include "outside/ztasn1/algorithm_conversions.h"
 #include "outside/ztasn1/integer_conversions.h"
 #include "outside/ztasn1/object_identifier.h"
+#include "outside/ztasn1/ztasn1_errors.h"
 #include "rfc3161/token_impl.h"
 
 namespace Zanthorel {
@@ -15,13 +15,6 @@ namespace PKI {
 namespace TSP {
 
 namespace {
-
-// `size` bytes of the context's memory; none is CRYPT_E_ASN1_MEMORY.
-void* allocate(ASN1CTXT* ctxt, std::size_t size) {
-  void* memory = rtMemHeapAlloc(&ctxt->heap, size);
-  if (memory == nullptr) ThrowHResult(CRYPT_E_ASN1_MEMORY);
-  return memory;
-}
 
 ASN1T_Accuracy accuracyOf(const CAccuracy& accuracy) {
   ASN1T_Accuracy result{};
@@ -54,14 +47,13 @@ void setTSTInfo(const CTokenImpl& token, ASN1T_TSTInfo& tstInfo, ASN1CTXT* ctxt)
       ctxt, token.hashAlgorithm.get_algorithm(), &token.hashAlgorithm.get_parameters());
 
   const CBlob& hash = token.hashedMessage;
-  auto* hashCopy = static_cast<OSOCTET*>(allocate(ctxt, hash.cbData()));
-  if (!hash.empty()) std::memcpy(hashCopy, hash.pbData(), hash.cbData());
-  tstInfo.messageImprint.hashedMessage = {hash.cbData(), hashCopy};
+  tstInfo.messageImprint.hashedMessage = {hash.cbData(),
+                                          ASN1::copyToContext(ctxt, hash.pbData(), hash.cbData())};
 
   tstInfo.serialNumber = ASN1::BigIntegerToASN1String(ctxt, token.serialNumber);
 
   const std::size_t timeSize = token.genTime.size() + 1;
-  auto* time = static_cast<char*>(allocate(ctxt, timeSize));
+  auto* time = static_cast<char*>(ASN1::allocOrThrow(ctxt, timeSize));
   CheckCrtError(strcpy_s(time, timeSize, token.genTime.c_str()));
   tstInfo.genTime = time;
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "authenticode/ms_stamp.h"
+#include "outside/asn1rt/ber_reader.h"
 #include "tools/hash_algorithms.h"
 #include "tools/random_numbers.h"
 #include "tools/report_values.h"
@@ -33,8 +34,9 @@ CResponse rejection(std::uint32_t failInfo, const std::string& text) {
 }
 
 bool nullOrAbsent(const CBlob& parameters) {
-  return parameters.empty() || (parameters.cbData() == 2 && parameters.pbData()[0] == 0x05 &&
-                                parameters.pbData()[1] == 0);
+  ASN1CTXT ctxt;
+  BER::BerReader in(parameters.pbData(), parameters.cbData(), &ctxt);
+  return parameters.empty() || (in.readNull() && in.finish());
 }
 
 // genTime carries milliseconds: finer would claim more than the clock is worth.
@@ -176,8 +178,10 @@ CBlob TimeStampAuthority::stamp(const CMSRequest& request) const {
   const ASN1::CContentInfo& content = request.get_contentInfo();
   // The OCTET STRING holding the signature, in either BER form.
   const CBlob& octets = content.get_content();
-  if (std::strcmp(content.get_contentType(), szOID_RSA_data) != 0 || octets.empty() ||
-      (octets.pbData()[0] != 0x04 && octets.pbData()[0] != 0x24))
+  ASN1TAG tag;
+  if (std::strcmp(content.get_contentType(), szOID_RSA_data) != 0 ||
+      !BER::BerReader::tagOf(octets.pbData(), octets.cbData(), tag) ||
+      asn1Primitive(tag) != kTagOctetString)
     throw RequestRefused("the request's content is no PKCS #7 data");
   // The signing time is in whole seconds, as the message carries it.
   CMSStamp stamp(content.get_content(), CDateTime(CDateTime::now().get_seconds(), 0));

@@ -14,6 +14,7 @@
 #include <limits>
 #include <memory>
 
+#include "outside/asn1rt/ber_reader.h"
 #include "tools/openssl_types.h"
 #include "tools/tool_error.h"
 
@@ -149,7 +150,8 @@ bool fromBase64(const char* text, std::size_t length, CBlob& bytes) {
 
 CBlob messageBytes(const CBlob& file, const std::string& path) {
   if (file.empty()) throw ToolError(path + " is empty");
-  if (file.pbData()[0] == 0x30) return file;
+  ASN1TAG tag;
+  if (BER::BerReader::tagOf(file.pbData(), file.cbData(), tag) && tag == kTagSequence) return file;
   CBlob der;
   if (isPem(file) ? fromPem(file, der)
                   : fromBase64(reinterpret_cast<const char*>(file.pbData()), file.cbData(), der))

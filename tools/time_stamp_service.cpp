@@ -2,6 +2,7 @@
 
 #include <cctype>
 
+#include "outside/asn1rt/ber_reader.h"
 #include "tools/files.h"
 #include "tools/report_values.h"
 
@@ -74,7 +75,9 @@ std::string replyTypeFor(const std::string& contentType, const std::string& acce
 
 bool authenticodeRequestIn(const std::string& body, PKI::TSP::CMSRequest& request) {
   CBlob der;
-  if (!body.empty() && static_cast<unsigned char>(body[0]) == 0x30)
+  ASN1TAG tag;
+  if (BER::BerReader::tagOf(reinterpret_cast<const OSOCTET*>(body.data()), body.size(), tag) &&
+      tag == kTagSequence)
     der = blobOf(body);
   else if (!fromBase64(body.data(), body.size(), der))
     return false;

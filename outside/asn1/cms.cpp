@@ -10,10 +10,6 @@ constexpr ASN1TAG kTagSignedAttrs = asn1ContextTag(0, true);
 constexpr ASN1TAG kTagUnsignedAttrs = asn1ContextTag(1, true);
 constexpr ASN1TAG kTagSubjectKeyId = asn1ContextTag(0, false);
 
-bool readOpenTypeValue(BerReader& in, ASN1OpenType& v) noexcept {
-  return in.readOpenType(v);
-}
-
 }  // namespace
 
 // ContentInfo ::= SEQUENCE { contentType ContentType, content [0] EXPLICIT ANY OPTIONAL }
@@ -40,11 +36,40 @@ void asn1E_ContentInfo(DerWriter& out, const ASN1T_ContentInfo& v) noexcept {
   out.close(seq);
 }
 
+// Whether the element from `start` to `end`, with `contents` just read from it, has the header
+// that DER writes: any other form of the same length is longer or ends with end-of-contents.
+static bool hasDerHeader(ASN1TAG tag, const OSOCTET* start, const BerReader& contents,
+                         const OSOCTET* end) noexcept {
+  const std::size_t length = contents.remaining();
+  return static_cast<std::size_t>(contents.position() - start) ==
+             DerWriter::headerSize(tag, length) &&
+         static_cast<std::size_t>(end - contents.position()) == length;
+}
+
+bool asn1IsDerContentInfo(const ASN1OpenType& element) noexcept {
+  ASN1CTXT ctxt;
+  BerReader in(element.data, element.numocts, &ctxt);
+  BerReader seq, content;
+  ASN1OBJID type;
+  if (!in.readSequence(seq) || !hasDerHeader(kTagSequence, element.data, seq, in.position()))
+    return false;
+  const OSOCTET* start = seq.position();
+  if (!seq.readObjId(type) || static_cast<std::size_t>(seq.position() - start) !=
+                                  DerWriter::headerSize(kTagObjectId, type.numocts) + type.numocts)
+    return false;
+  start = seq.position();
+  if (!seq.empty() && !(seq.readConstructed(kTagContent, content) &&
+                        hasDerHeader(kTagContent, start, content, seq.position())))
+    return false;
+  return seq.empty() && in.empty();
+}
+
 // Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF AttributeValue }
 bool asn1D_Attribute(BerReader& in, ASN1T_Attribute& v) noexcept {
   BerReader seq, values;
   return in.readSequence(seq) && seq.readObjId(v.attrType) && seq.readSet(values) &&
-         rtDecodeSeqOf<ASN1OpenType>(values, v.attrValues, readOpenTypeValue) && seq.finish();
+         rtDecodeSeqOf<ASN1OpenType>(values, v.attrValues, &BerReader::readOpenType) &&
+         seq.finish();
 }
 
 void asn1E_Attribute(DerWriter& out, const ASN1T_Attribute& v) noexcept {
@@ -63,12 +88,18 @@ bool asn1D_Attributes(BerReader& in, ASN1T_Attributes& v, ASN1TAG tag) noexcept 
   return in.readConstructed(tag, set) && rtDecodeSeqOf<ASN1T_Attribute>(set, v, asn1D_Attribute);
 }
 
-void asn1E_Attributes(DerWriter& out, const ASN1T_Attributes& v, ASN1TAG tag) noexcept {
+static void writeAttributes(DerWriter& out, const ASN1T_Attributes& v, ASN1TAG tag,
+                            bool derOrder) noexcept {
   const std::size_t set = out.open(tag);
   for (const ASN1T_Attribute* attribute : rtSeqOfItems<ASN1T_Attribute>(v)) {
     asn1E_Attribute(out, *attribute);
   }
-  out.closeSetOf(set);
+  if (derOrder) return out.closeSetOf(set);
+  out.close(set);
+}
+
+void asn1E_Attributes(DerWriter& out, const ASN1T_Attributes& v, ASN1TAG tag) noexcept {
+  writeAttributes(out, v, tag, true);
 }
 
 // IssuerAndSerialNumber ::= SEQUENCE { issuer Name, serialNumber CertificateSerialNumber }
@@ -83,8 +114,8 @@ static bool decodeSignerIdentifier(BerReader& in, ASN1T_SignerIdentifier& v) noe
   v.u.issuerAndSerialNumber = rtAllocZ<ASN1T_IssuerAndSerialNumber>(in.context());
   if (v.u.issuerAndSerialNumber == nullptr) return in.fail(ASN_E_NOMEM);
   BerReader seq;
-  return in.readSequence(seq) && asn1D_Name(seq, v.u.issuerAndSerialNumber->issuer) &&
-         seq.readInteger(v.u.issuerAndSerialNumber->serialNumber) && seq.finish();
+  return in.readSequence(seq) && asn1D_NameElement(seq, v.u.issuerAndSerialNumber->issuer) &&
+         seq.readIntegerOctets(v.u.issuerAndSerialNumber->serialNumber) && seq.finish();
 }
 
 static void encodeSignerIdentifier(DerWriter& out, const ASN1T_SignerIdentifier& v) noexcept {
@@ -93,8 +124,8 @@ static void encodeSignerIdentifier(DerWriter& out, const ASN1T_SignerIdentifier&
   }
   if (v.t != T_SignerIdentifier_issuerAndSerialNumber) return out.fail(ASN_E_INVPARAM);
   const std::size_t seq = out.open(kTagSequence);
-  asn1E_Name(out, v.u.issuerAndSerialNumber->issuer);
-  out.putInteger(v.u.issuerAndSerialNumber->serialNumber);
+  out.putOpenType(v.u.issuerAndSerialNumber->issuer);
+  out.putIntegerOctets(v.u.issuerAndSerialNumber->serialNumber);
   out.close(seq);
 }
 
@@ -129,6 +160,6 @@ void asn1E_SignerInfo(DerWriter& out, const ASN1T_SignerInfo& v) noexcept {
   if (v.m.signedAttrsPresent) asn1E_Attributes(out, v.signedAttrs, kTagSignedAttrs);
   asn1E_AlgorithmIdentifier(out, v.signatureAlgorithm);
   out.putOctetString(v.signature);
-  if (v.m.unsignedAttrsPresent) asn1E_Attributes(out, v.unsignedAttrs, kTagUnsignedAttrs);
+  if (v.m.unsignedAttrsPresent) writeAttributes(out, v.unsignedAttrs, kTagUnsignedAttrs, false);
   out.close(seq);
 }

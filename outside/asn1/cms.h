@@ -17,6 +17,10 @@ struct ASN1T_ContentInfo {
 ZTASN1_API bool asn1D_ContentInfo(Zanthorel::BER::BerReader& in, ASN1T_ContentInfo& v) noexcept;
 ZTASN1_API void asn1E_ContentInfo(Zanthorel::BER::DerWriter& out,
                                   const ASN1T_ContentInfo& v) noexcept;
+// Whether `element`, one ContentInfo, is what asn1E_ContentInfo writes of it: its own identifier
+// and length octets, and its contentType's, are DER (definite, minimal). Its content is carried
+// as received either way.
+ZTASN1_API bool asn1IsDerContentInfo(const ASN1OpenType& element) noexcept;
 
 // Attribute ::= SEQUENCE {
 //   attrType    OBJECT IDENTIFIER,
@@ -37,9 +41,12 @@ ZTASN1_API void asn1E_Attributes(Zanthorel::BER::DerWriter& out, const ASN1T_Att
                                  ASN1TAG tag = kTagSet) noexcept;
 
 // IssuerAndSerialNumber ::= SEQUENCE { issuer Name, serialNumber CertificateSerialNumber }
+// The issuer is carried as its element (read as a Name, kept as received): a signer is matched to
+// a certificate by comparing it with the certificate's issuer octet for octet, and a signer
+// writes its certificate's issuer exactly as it is encoded there.
 struct ASN1T_IssuerAndSerialNumber {
-  ASN1T_Name issuer{};
-  const char* serialNumber = nullptr;
+  ASN1OpenType issuer{};
+  ASN1DynOctStr serialNumber{};  // the INTEGER's two's-complement contents octets
 };
 
 // SignerIdentifier ::= CHOICE {
@@ -63,6 +70,9 @@ struct ASN1T_SignerIdentifier {
 //   signature           SignatureValue,
 //   unsignedAttrs       [1] IMPLICIT UnsignedAttributes OPTIONAL }
 // The PKCS #7 SignerInfo has the same shape with other field names.
+// signedAttrs are written in DER order, the SET OF sorted by encoding, which the signature covers.
+// unsignedAttrs are written in list order, as Windows writes a caller's unsigned attributes:
+// nothing signs them, and a decoded signer's attributes keep their order when written again.
 struct ASN1T_SignerInfo {
   struct {
     unsigned signedAttrsPresent : 1;

@@ -1,5 +1,7 @@
 #include "outside/asn1/pkix.h"
 
+#include <cstdint>
+
 using Zanthorel::BER::BerReader;
 using Zanthorel::BER::DerWriter;
 
@@ -78,6 +80,22 @@ bool asn1D_Name(BerReader& in, ASN1T_Name& v) noexcept {
   BerReader seq;
   return in.readSequence(seq) &&
          rtDecodeSeqOf<ASN1T_RelativeDistinguishedName>(seq, v.rdnSequence, decodeRdn);
+}
+
+bool asn1D_NameElement(BerReader& in, ASN1OpenType& v) noexcept {
+  const OSOCTET* start = in.position();
+  BerReader seq, rdn;
+  ASN1T_AttributeTypeAndValue atv;
+  if (!in.readSequence(seq)) return false;
+  while (!seq.empty()) {
+    if (!seq.readSet(rdn)) return false;
+    while (!rdn.empty()) {
+      if (!decodeTypeAndValue(rdn, atv)) return false;
+    }
+  }
+  if (static_cast<std::uint64_t>(in.position() - start) > UINT32_MAX) return in.fail(ASN_E_INVLEN);
+  v = {static_cast<OSUINT32>(in.position() - start), start};
+  return true;
 }
 
 void asn1E_Name(DerWriter& out, const ASN1T_Name& v) noexcept {

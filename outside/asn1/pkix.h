@@ -54,6 +54,8 @@ struct ASN1T_Name {
 };
 ZTASN1_API bool asn1D_Name(Zanthorel::BER::BerReader& in, ASN1T_Name& v) noexcept;
 ZTASN1_API void asn1E_Name(Zanthorel::BER::DerWriter& out, const ASN1T_Name& v) noexcept;
+// A Name checked as asn1D_Name reads it and given as its element, as received.
+ZTASN1_API bool asn1D_NameElement(Zanthorel::BER::BerReader& in, ASN1OpenType& v) noexcept;
 
 // DirectoryString ::= CHOICE { teletexString TeletexString, printableString PrintableString,
 //   universalString UniversalString, utf8String UTF8String, bmpString BMPString }

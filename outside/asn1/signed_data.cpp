@@ -8,13 +8,10 @@ namespace {
 constexpr ASN1TAG kTagCertificates = asn1ContextTag(0, true);
 constexpr ASN1TAG kTagCrls = asn1ContextTag(1, true);
 
-bool readOpenTypeValue(BerReader& in, ASN1OpenType& v) noexcept {
-  return in.readOpenType(v);
-}
-
 bool readOpenTypeList(BerReader& in, ASN1TAG tag, ASN1TSeqOfList& v) noexcept {
   BerReader set;
-  return in.readConstructed(tag, set) && rtDecodeSeqOf<ASN1OpenType>(set, v, readOpenTypeValue);
+  return in.readConstructed(tag, set) &&
+         rtDecodeSeqOf<ASN1OpenType>(set, v, &BerReader::readOpenType);
 }
 
 // Written in list order: the caller's order is kept.

@@ -27,7 +27,8 @@ typedef ASN1T_ContentInfo ASN1T_EncapsulatedContentInfo;
 //   other  [1] IMPLICIT OtherRevocationInfoFormat }
 // Either is held as the chosen element; the X.509 alternative is the one tagged SEQUENCE.
 inline bool asn1IsX509Choice(const ASN1OpenType& choice) noexcept {
-  return choice.numocts != 0 && choice.data[0] == 0x30;
+  ASN1TAG tag;
+  return Zanthorel::BER::BerReader::tagOf(choice.data, choice.numocts, tag) && tag == kTagSequence;
 }
 
 // SignedData ::= SEQUENCE {

@@ -111,7 +111,9 @@ bool asn1D_TimeStampResp(BerReader& in, ASN1T_TimeStampResp& v) noexcept {
   if (!in.readSequence(seq) || !asn1D_PKIStatusInfo(seq, v.status)) return false;
   if (!seq.empty()) {
     v.m.timeStampTokenPresent = 1;
+    const OSOCTET* start = seq.position();
     if (!asn1D_ContentInfo(seq, v.timeStampToken)) return false;
+    v.timeStampTokenElement = {static_cast<OSUINT32>(seq.position() - start), start};
   }
   return seq.finish();
 }
@@ -119,7 +121,11 @@ bool asn1D_TimeStampResp(BerReader& in, ASN1T_TimeStampResp& v) noexcept {
 void asn1E_TimeStampResp(DerWriter& out, const ASN1T_TimeStampResp& v) noexcept {
   const std::size_t seq = out.open(kTagSequence);
   asn1E_PKIStatusInfo(out, v.status);
-  if (v.m.timeStampTokenPresent) asn1E_ContentInfo(out, v.timeStampToken);
+  if (v.m.timeStampTokenPresent && v.timeStampTokenElement.numocts != 0) {
+    out.putOpenType(v.timeStampTokenElement);
+  } else if (v.m.timeStampTokenPresent) {
+    asn1E_ContentInfo(out, v.timeStampToken);
+  }
   out.close(seq);
 }
 

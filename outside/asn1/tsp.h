@@ -74,6 +74,9 @@ struct ASN1T_TimeStampResp {
   } m{};
   ASN1T_PKIStatusInfo status{};
   ASN1T_ContentInfo timeStampToken{};
+  // The timeStampToken element whole: decoding gives the octets received; encoding writes these
+  // octets, when set, in place of timeStampToken (a token's own encoding is embedded as it is).
+  ASN1OpenType timeStampTokenElement{};
 };
 ZTASN1_API bool asn1D_TimeStampResp(Zanthorel::BER::BerReader& in, ASN1T_TimeStampResp& v) noexcept;
 ZTASN1_API void asn1E_TimeStampResp(Zanthorel::BER::DerWriter& out,

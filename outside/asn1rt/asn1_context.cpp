@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 struct OSMemBlock {
   OSMemBlock* next;
@@ -50,31 +51,8 @@ void* rtMemHeapAlloc(OSMemHeap* heap, std::size_t nbytes) noexcept {
   return p;
 }
 
-const char* asn1StatusText(int status) noexcept {
-  switch (status) {
-    case ASN_OK:
-      return "success";
-    case ASN_E_ENDOFBUF:
-      return "input ends inside an element";
-    case ASN_E_INVLEN:
-      return "invalid length";
-    case ASN_E_BADTAG:
-      return "unexpected or malformed tag";
-    case ASN_E_INVOBJID:
-      return "invalid object identifier";
-    case ASN_E_BADVALUE:
-      return "malformed value";
-    case ASN_E_RANGE:
-      return "integer out of range";
-    case ASN_E_TOODEEP:
-      return "nesting too deep";
-    case ASN_E_NOMEM:
-      return "out of codec memory";
-    case ASN_E_EXTRA:
-      return "unexpected bytes after the value";
-    case ASN_E_INVPARAM:
-      return "value cannot be encoded";
-    default:
-      return "unknown codec error";
-  }
+OSOCTET* rtMemHeapCopy(OSMemHeap* heap, const void* bytes, std::size_t count) noexcept {
+  auto* copy = static_cast<OSOCTET*>(rtMemHeapAlloc(heap, count));
+  if (copy != nullptr && count != 0) std::memcpy(copy, bytes, count);
+  return copy;
 }

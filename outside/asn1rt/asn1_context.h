@@ -36,6 +36,8 @@ struct ZTASN1_API OSMemHeap {
 // Memory from the heap of a context; null when none can be had. A request for zero bytes gives a
 // valid pointer to no bytes.
 ZTASN1_API void* rtMemHeapAlloc(OSMemHeap* heap, std::size_t nbytes) noexcept;
+// A copy of `count` bytes in the heap of a context; null when there is no memory.
+ZTASN1_API OSOCTET* rtMemHeapCopy(OSMemHeap* heap, const void* bytes, std::size_t count) noexcept;
 
 struct ZTASN1_API ASN1CTXT {
   // Deepest nesting of constructed encodings that decoding accepts. Real time-stamp messages

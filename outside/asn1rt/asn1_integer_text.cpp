@@ -55,9 +55,8 @@ const char* rtIntegerOctetsToText(ASN1CTXT* ctxt, const OSOCTET* octets,
   const bool negative = (octets[0] & 0x80) != 0;
   const OSOCTET* magnitude = octets;
   if (negative) {
-    auto* copy = static_cast<OSOCTET*>(rtMemHeapAlloc(&ctxt->heap, count));
+    OSOCTET* copy = rtMemHeapCopy(&ctxt->heap, octets, count);
     if (copy == nullptr) return nullptr;
-    std::memcpy(copy, octets, count);
     negate(copy, count);
     magnitude = copy;
   }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <iterator>
 
 #include "outside/asn1rt/asn1_context.h"
@@ -59,14 +60,15 @@ ASN1TSeqOfItems<T> rtSeqOfItems(const ASN1TSeqOfList& list) {
   return ASN1TSeqOfItems<T>(list);
 }
 
-// Decodes every element of `contents` with `decodeOne(reader, T&)` into new list elements.
+// Decodes every element of `contents` with `decodeOne(reader, T&)` into new list elements; a
+// reader member such as &BerReader::readOpenType serves as well.
 template <class T, class DecodeOne>
 bool rtDecodeSeqOf(Zanthorel::BER::BerReader contents, ASN1TSeqOfList& list,
                    DecodeOne decodeOne) noexcept {
   while (!contents.empty()) {
     T* item = rtSeqOfAppendNew<T>(contents.context(), list);
     if (item == nullptr) return contents.fail(ASN_E_NOMEM);
-    if (!decodeOne(contents, *item)) return false;
+    if (!std::invoke(decodeOne, contents, *item)) return false;
   }
   return true;
 }

@@ -1,8 +1,6 @@
 // Status codes of the BER runtime and the message codec: 0 is success, failures are negative.
 #pragma once
 
-#include "sdk/export.h"
-
 enum Asn1Status : int {
   ASN_OK = 0,
   ASN_E_ENDOFBUF = -1,  // the input ends inside an element
@@ -16,6 +14,3 @@ enum Asn1Status : int {
   ASN_E_EXTRA = -9,     // bytes left over after the last element of a value
   ASN_E_INVPARAM = -10  // a value that cannot be encoded (missing identifier, bad number text)
 };
-
-// Short English name of a status, for messages.
-ZTASN1_API const char* asn1StatusText(int status) noexcept;

@@ -146,6 +146,11 @@ bool BerReader::peekTag(ASN1TAG& tag) const noexcept {
   return parseIdentifier(p_, end_, tag, after) == ASN_OK;
 }
 
+bool BerReader::tagOf(const OSOCTET* data, std::size_t size, ASN1TAG& tag) noexcept {
+  const OSOCTET* after;
+  return parseIdentifier(data, data + size, tag, after) == ASN_OK;
+}
+
 bool BerReader::nextIs(ASN1TAG tag) const noexcept {
   ASN1TAG next;
   if (!peekTag(next)) return false;

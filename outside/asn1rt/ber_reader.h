@@ -43,6 +43,9 @@ class ZTASN1_API BerReader {
   bool peekTag(ASN1TAG& tag) const noexcept;
   // Whether the next element has `tag`; a string or implicit tag matches in both forms.
   bool nextIs(ASN1TAG tag) const noexcept;
+  // The identifier that `size` octets at `data` start with, as peekTag gives it; for a look at
+  // bytes that no reader is needed for yet.
+  static bool tagOf(const OSOCTET* data, std::size_t size, ASN1TAG& tag) noexcept;
 
   // Reads the next element whatever it is: its tag, a view over its contents (an indefinite
   // length's end-of-contents excluded) and optionally the whole element.

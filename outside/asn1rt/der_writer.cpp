@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "outside/asn1rt/asn1_integer_text.h"
 #include "outside/asn1rt/ber_reader.h"
@@ -35,31 +34,11 @@ void writeLength(OSOCTET* out, std::size_t length) {
     out[i] = static_cast<OSOCTET>(length);
 }
 
-// Total size of the element at `p`, which this writer wrote or took whole (putOpenType, which
-// may carry a BER indefinite length), within the `available` octets written after it.
-std::size_t elementSize(const OSOCTET* p, std::size_t available) {
-  std::size_t i = 1;
-  if ((p[0] & 0x1F) == 0x1F) {
-    while (p[i] & 0x80)
-      ++i;
-    ++i;
-  }
-  std::size_t length = p[i];
-  std::size_t header = i + 1;
-  if (length == 0x80) {
-    ASN1CTXT ctxt;
-    BerReader in(p, available, &ctxt);
-    ASN1OpenType element{};
-    return in.readOpenType(element) ? element.numocts : available;
-  }
-  if (length & 0x80) {
-    const std::size_t n = length & 0x7F;
-    length = 0;
-    for (std::size_t k = 0; k < n; ++k)
-      length = (length << 8) | p[header + k];
-    header += n;
-  }
-  return header + length;
+// SET OF order (X.690 11.6): ascending by encoding, a shorter encoding before a longer one that
+// it begins.
+bool encodesBefore(const ASN1OpenType& a, const ASN1OpenType& b) {
+  const int c = std::memcmp(a.data, b.data, std::min(a.numocts, b.numocts));
+  return c < 0 || (c == 0 && a.numocts < b.numocts);
 }
 
 }  // namespace
@@ -123,6 +102,18 @@ void DerWriter::putHeader(ASN1TAG tag, std::size_t length) noexcept {
   putRaw(header, n);
 }
 
+std::size_t DerWriter::headerSize(ASN1TAG tag, std::size_t length) noexcept {
+  std::size_t identifier = 1;
+  OSUINT32 number = asn1TagNumber(tag);
+  if (number >= 31) {
+    do {
+      ++identifier;
+      number >>= 7;
+    } while (number != 0);
+  }
+  return identifier + lengthOctets(length);
+}
+
 std::size_t DerWriter::open(ASN1TAG tag) noexcept {
   // A one-octet length is reserved; close() makes room when the contents turn out longer.
   putHeader(tag, 0);
@@ -143,27 +134,31 @@ void DerWriter::close(std::size_t mark) noexcept {
 
 void DerWriter::closeSetOf(std::size_t mark) noexcept {
   if (status_ != ASN_OK) return;
-  struct Span {
-    const OSOCTET* p;
-    std::size_t n;
-  };
-  std::vector<Span> elements;
-  for (std::size_t at = mark; at < size_;) {
-    const std::size_t n = elementSize(data_ + at, size_ - at);
-    elements.push_back({data_ + at, n});
-    at += n;
+  // The elements are found by the bounded reader: putOpenType takes whole encodings of any form.
+  ASN1CTXT scratch;
+  const BerReader elements(data_ + mark, size_ - mark, &scratch);
+  BerReader in = elements;
+  ASN1TAG tag;
+  BerReader contents;
+  ASN1OpenType previous{}, element{};
+  std::size_t count = 0;
+  bool sorted = true;
+  for (; !in.empty(); ++count, previous = element) {
+    if (!in.readElement(tag, contents, &element)) return fail(scratch.status);
+    sorted = sorted && (count == 0 || !encodesBefore(element, previous));
   }
-  const auto before = [](const Span& a, const Span& b) {
-    const int c = std::memcmp(a.p, b.p, std::min(a.n, b.n));
-    return c < 0 || (c == 0 && a.n < b.n);
-  };
-  if (!std::is_sorted(elements.begin(), elements.end(), before)) {
-    std::stable_sort(elements.begin(), elements.end(), before);
-    std::vector<OSOCTET> sorted;
-    sorted.reserve(size_ - mark);
-    for (const Span& e : elements)
-      sorted.insert(sorted.end(), e.p, e.p + e.n);
-    std::memcpy(data_ + mark, sorted.data(), sorted.size());
+  if (!sorted) {
+    auto* items = static_cast<ASN1OpenType*>(rtMemHeapAlloc(&scratch.heap, count * sizeof element));
+    auto* ordered = static_cast<OSOCTET*>(rtMemHeapAlloc(&scratch.heap, size_ - mark));
+    if (items == nullptr || ordered == nullptr) return fail(ASN_E_NOMEM);
+    in = elements;
+    for (std::size_t i = 0; i < count; ++i)
+      in.readElement(tag, contents, &items[i]);
+    std::stable_sort(items, items + count, encodesBefore);
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < count; at += items[i++].numocts)
+      std::memcpy(ordered + at, items[i].data, items[i].numocts);
+    std::memcpy(data_ + mark, ordered, at);
   }
   close(mark);
 }

@@ -64,6 +64,9 @@ class ZTASN1_API DerWriter {
   // Records a failure; later calls do nothing.
   void fail(int code) noexcept;
 
+  // The number of identifier and length octets that DER writes before `length` contents octets.
+  static std::size_t headerSize(ASN1TAG tag, std::size_t length) noexcept;
+
  private:
   static constexpr std::size_t kInlineBytes = 512;
 

@@ -1,7 +1,6 @@
 #include "outside/ztasn1/object_identifier.h"
 
 #include <cstring>
-#include <vector>
 
 #include "outside/ztasn1/ztasn1_errors.h"
 
@@ -27,7 +26,7 @@ bool parseArc(const char*& p, std::uint64_t& arc) {
   arc = 0;
   for (; *p >= '0' && *p <= '9'; ++p) {
     const std::uint64_t digit = static_cast<std::uint64_t>(*p - '0');
-    if (arc > (UINT64_MAX - digit) / 10) return false;
+    if (arc > UINT64_MAX / 10 || (arc == UINT64_MAX / 10 && digit > UINT64_MAX % 10)) return false;
     arc = arc * 10 + digit;
   }
   return true;
@@ -51,16 +50,35 @@ std::uint64_t topArc(std::uint64_t first) {
   return first < 80 ? first / 40 : 2;
 }
 
-void appendBase128(std::vector<OSOCTET>& out, std::uint64_t value) {
+// Writes `value` in base 128, the high groups first with bit 8 set (X.690 8.19.2), at `out` when
+// that is not null; gives the number of octets.
+std::size_t putBase128(std::uint64_t value, OSOCTET* out) {
   OSOCTET groups[10];
   std::size_t n = 0;
   do {
     groups[n++] = static_cast<OSOCTET>(value & 0x7F);
     value >>= 7;
   } while (value != 0);
-  while (n > 1)
-    out.push_back(static_cast<OSOCTET>(groups[--n] | 0x80));
-  out.push_back(groups[0]);
+  for (std::size_t i = 0; out != nullptr && i < n; ++i)
+    out[i] = static_cast<OSOCTET>(groups[n - 1 - i] | (i + 1 < n ? 0x80 : 0));
+  return n;
+}
+
+// The contents octets of the dotted identifier `p`, written at `out` when that is not null; gives
+// their number, or 0 when the text is no identifier. There is never more than one octet for each
+// character of the text.
+std::size_t encodeDotted(const char* p, OSOCTET* out) {
+  std::uint64_t top, second;
+  if (!parseArc(p, top) || *p++ != '.' || !parseArc(p, second) || top > 2 ||
+      (top < 2 && second > 39) || second > UINT64_MAX - 80)
+    return 0;
+  std::size_t n = putBase128(top * 40 + second, out);
+  while (*p != '\0') {
+    std::uint64_t arc;
+    if (*p++ != '.' || !parseArc(p, arc)) return 0;
+    n += putBase128(arc, out != nullptr ? out + n : nullptr);
+  }
+  return n;
 }
 
 }  // namespace
@@ -91,20 +109,19 @@ int oid2str(std::string& text, const ASN1OBJID* oid) {
 void ASN1TObjId_traits::set(ASN1CTXT* ctxt, ASN1OBJID& oid, const char* text) {
   oid = ASN1OBJID{};
   if (text == nullptr || *text == '\0') return;
-  std::vector<OSOCTET> octets;
-  const char* p = text;
-  std::uint64_t top, second;
-  if (!parseArc(p, top) || *p++ != '.' || !parseArc(p, second) || top > 2 ||
-      (top < 2 && second > 39) || second > UINT64_MAX - 80)
-    ATL::AtlThrow(E_INVALIDARG);
-  appendBase128(octets, top * 40 + second);
-  while (*p != '\0') {
-    std::uint64_t arc;
-    if (*p++ != '.' || !parseArc(p, arc)) ATL::AtlThrow(E_INVALIDARG);
-    appendBase128(octets, arc);
+  // Real identifiers are written in one pass on the stack; longer text is counted first.
+  OSOCTET local[64];
+  const bool fits = std::strlen(text) <= sizeof local;
+  const std::size_t size = encodeDotted(text, fits ? local : nullptr);
+  if (size == 0) ATL::AtlThrow(E_INVALIDARG);
+  if (fits) {
+    oid.data = copyToContext(ctxt, local, size);
+  } else {
+    auto* octets = static_cast<OSOCTET*>(allocOrThrow(ctxt, size));
+    encodeDotted(text, octets);
+    oid.data = octets;
   }
-  oid.data = copyToContext(ctxt, octets.data(), octets.size());
-  oid.numocts = static_cast<OSUINT32>(octets.size());
+  oid.numocts = static_cast<OSUINT32>(size);
 }
 
 void ASN1TObjId_traits::get(const ASN1OBJID& oid, std::string& text) {

@@ -4,8 +4,6 @@
 #include "outside/ztasn1/integer_conversions.h"
 #include "outside/ztasn1/ztasn1_errors.h"
 
-using Zanthorel::BER::DerWriter;
-
 namespace Zanthorel {
 namespace ASN1 {
 namespace {
@@ -33,18 +31,22 @@ CSignerInfo::CSignerInfo(const CSignerInfo& other)
 CSignerInfo& CSignerInfo::operator=(const CSignerInfo& other) {
   if (this != &other) {
     CSignerInfo copy(other);
-    std::swap(version_, copy.version_);
-    std::swap(sidType_, copy.sidType_);
-    issuer_.swap(copy.issuer_);
-    std::swap(serialNumber_, copy.serialNumber_);
-    subjectKeyIdentifier_.swap(copy.subjectKeyIdentifier_);
-    digestAlgorithm_.swap(copy.digestAlgorithm_);
-    signedAttributes_.swap(copy.signedAttributes_);
-    signatureAlgorithm_.swap(copy.signatureAlgorithm_);
-    signature_.swap(copy.signature_);
-    unsignedAttributes_.swap(copy.unsignedAttributes_);
+    swap(copy);
   }
   return *this;
+}
+
+void CSignerInfo::swap(CSignerInfo& other) noexcept {
+  std::swap(version_, other.version_);
+  std::swap(sidType_, other.sidType_);
+  issuer_.swap(other.issuer_);
+  std::swap(serialNumber_, other.serialNumber_);
+  subjectKeyIdentifier_.swap(other.subjectKeyIdentifier_);
+  digestAlgorithm_.swap(other.digestAlgorithm_);
+  signedAttributes_.swap(other.signedAttributes_);
+  signatureAlgorithm_.swap(other.signatureAlgorithm_);
+  signature_.swap(other.signature_);
+  unsignedAttributes_.swap(other.unsignedAttributes_);
 }
 
 CSignerInfo::~CSignerInfo() = default;
@@ -55,12 +57,9 @@ void ASN1T_SignerInfo_traits::get(const ASN1T_SignerInfo& source, CSignerInfo& t
   if (source.sid.t == T_SignerIdentifier_issuerAndSerialNumber) {
     result.sidType_ = CSignerInfo::issuerAndSerialNumber;
     const ASN1T_IssuerAndSerialNumber& id = *source.sid.u.issuerAndSerialNumber;
-    ASN1CTXT ctxt;
-    DerWriter out(&ctxt);
-    asn1E_Name(out, id.issuer);
-    if (!out.ok()) ATL::AtlThrow(CRYPT_E_ASN1_INTERNAL);
-    result.issuer_ = CBlob(out.data(), static_cast<std::uint32_t>(out.size()));
-    result.serialNumber_ = ASN1StringToBigInteger(id.serialNumber);
+    result.issuer_.assign(id.issuer.data, id.issuer.numocts);
+    result.serialNumber_ =
+        CBigInteger::fromTwosComplement(id.serialNumber.data, id.serialNumber.numocts);
   } else if (source.sid.t == T_SignerIdentifier_subjectKeyIdentifier) {
     result.sidType_ = CSignerInfo::subjectKeyIdentifier;
     result.subjectKeyIdentifier_ =
@@ -77,7 +76,7 @@ void ASN1T_SignerInfo_traits::get(const ASN1T_SignerInfo& source, CSignerInfo& t
     result.unsignedAttributes_ = std::make_unique<CAttributes>();
     ASN1T_Attributes_traits::get(source.unsignedAttrs, *result.unsignedAttributes_);
   }
-  target = result;
+  target.swap(result);
 }
 
 }  // namespace ASN1

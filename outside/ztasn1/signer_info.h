@@ -23,7 +23,7 @@ class ZTASN1_API CSignerInfo {
 
   std::uint32_t get_version() const noexcept { return version_; }
   SignerIdType get_sidType() const noexcept { return sidType_; }
-  // The DER Name of the signer certificate's issuer (issuerAndSerialNumber).
+  // The Name of the signer certificate's issuer as the signer carries it (issuerAndSerialNumber).
   const CBlob& get_issuer() const noexcept { return issuer_; }
   const CBigInteger& get_serialNumber() const noexcept { return serialNumber_; }
   const CBlob& get_subjectKeyIdentifier() const noexcept { return subjectKeyIdentifier_; }
@@ -38,6 +38,8 @@ class ZTASN1_API CSignerInfo {
 
  private:
   friend struct ASN1T_SignerInfo_traits;
+
+  void swap(CSignerInfo& other) noexcept;
 
   std::uint32_t version_ = 0;
   SignerIdType sidType_ = none;

@@ -16,8 +16,8 @@ void* allocOrThrow(ASN1CTXT* ctxt, std::size_t count) {
 }
 
 const OSOCTET* copyToContext(ASN1CTXT* ctxt, const void* bytes, std::size_t count) {
-  auto* copy = static_cast<OSOCTET*>(allocOrThrow(ctxt, count));
-  if (count != 0) std::memcpy(copy, bytes, count);
+  const OSOCTET* copy = rtMemHeapCopy(&ctxt->heap, bytes, count);
+  if (copy == nullptr) ATL::AtlThrow(CRYPT_E_ASN1_MEMORY);
   return copy;
 }
 

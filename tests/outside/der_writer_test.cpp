@@ -63,6 +63,14 @@ TEST(DerWriter, SortsSetOfIntoDerOrder) {
   out.putBoolean(true);
   out.closeSetOf(set);
   EXPECT_EQ("31140101FF3003020103300302010530800201050000", written(out));
+
+  // An element cut short is found by the reader and refused, not read past.
+  DerWriter cut(&ctxt);
+  const OSOCTET shortElement[] = {0x30, 0x05, 0x02};
+  const std::size_t cutSet = cut.open(kTagSet);
+  cut.putOpenType({sizeof shortElement, shortElement});
+  cut.closeSetOf(cutSet);
+  EXPECT_EQ(ASN_E_ENDOFBUF, cut.status());
 }
 
 TEST(DerWriter, KeepsTheFirstFailure) {

@@ -1,5 +1,6 @@
 // CertCreateCertificateContext: the CERT_INFO in the Windows forms.
 #include <ctime>
+#include <vector>
 
 #include "tests/support/platform_messages.h"
 
@@ -64,6 +65,31 @@ TEST(CertificateContext, OnlyX509EncodingIsTaken) {
                                                   static_cast<DWORD>(certificate.size())));
   EXPECT_EQ(static_cast<DWORD>(E_INVALIDARG), GetLastError());
   EXPECT_TRUE(CertFreeCertificateContext(nullptr));
+}
+
+// A certificate given again gets the context already made; every context lives until its own
+// release, also when the platform has let go of it (more certificates than it keeps).
+TEST(CertificateContext, EachContextLivesUntilItsOwnRelease) {
+  Bytes certificate = bytesOf(pki().rsa.certificate);
+  const auto create = [&certificate] {
+    return CertCreateCertificateContext(X509_ASN_ENCODING, certificate.data(),
+                                        static_cast<DWORD>(certificate.size()));
+  };
+  PCCERT_CONTEXT first = create(), again = create();
+  ASSERT_TRUE(first != nullptr && again != nullptr);
+  EXPECT_TRUE(CertFreeCertificateContext(first));
+  std::vector<PCCERT_CONTEXT> others;
+  for (int i = 0; i < 100; ++i) {
+    certificate.back() = static_cast<BYTE>(i);  // a signature bit: another certificate, as bytes
+    others.push_back(create());
+    ASSERT_NE(nullptr, others.back());
+  }
+  EXPECT_EQ(bytesOf(pki().rsa.certificate),
+            Bytes(again->pbCertEncoded, again->pbCertEncoded + again->cbCertEncoded));
+  EXPECT_EQ(2u, again->pCertInfo->dwVersion);
+  for (PCCERT_CONTEXT context : others)
+    EXPECT_TRUE(CertFreeCertificateContext(context));
+  EXPECT_TRUE(CertFreeCertificateContext(again));
 }
 
 }  // namespace

@@ -97,6 +97,22 @@ TEST(Response, ReadsOpensslResponsesAndDropsTheTokenForARejection) {
   EXPECT_EQ(nullptr, response.get_timeStampToken()) << "the earlier token is gone";
 }
 
+// A token whose own lengths are BER is held as the codec writes it: the DER it was made from.
+TEST(Response, HoldsABerTokenAsTheCodecWritesIt) {
+  const CBlob der = readFile(vectorPath("tst-freetsa-sha384-micros-ordering-nocerts.der"));
+  const std::size_t header = 2 + (der.pbData()[1] < 0x80 ? 0 : der.pbData()[1] & 0x7F);
+  CResponse ber;
+  ber.decode(
+      zttsp_test::fromHex("3080"
+                          "3003020100"
+                          "3080" +
+                          zttsp_test::toHex(der).substr(2 * header) +
+                          "0000"
+                          "0000"));
+  ASSERT_NE(nullptr, ber.get_timeStampToken());
+  EXPECT_TRUE(der == ber.get_timeStampToken()->encode());
+}
+
 TEST(Response, HoldsStatusAndTokenIndependently) {
   // The default: rejection and no token, also as openssl reads it.
   zttsp_test::writeFile(pki().dir + "/default.tsr", CResponse().encode());
