@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -134,6 +135,8 @@ int stampCommand(const Arguments& arguments) {
   const std::vector<StampJob> jobs = jobsFor(options.positional(), options.value("out"));
   if (options.has("out")) makeFolder(options.value("out"));
 
+  // An authority that hangs up while TLS writes must give a failed try, not end the program.
+  std::signal(SIGPIPE, SIG_IGN);
   // At most -jobs requests in flight: as many workers, each with its own connections.
   const CurlLibrary curl;
   std::vector<std::unique_ptr<HttpClient>> clients;
