@@ -44,11 +44,11 @@ seconds() { date +%s.%N; }
 elapsed() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", b - a }'; }
 
 start=$(seconds)
-"$zttsp" stamp files/*.txt -jobs 8 -out jobs8 -tsa "$url" -CAfile data/ca.pem >/dev/null 2>>stamp.log
+"$zttsp" stamp files/*.txt -jobs 8 -out jobs8 -tsa "$url" -CAfile data/ca.pem >/dev/null 2>>stamp.log || { cat stamp.log; exit 1; }
 jobs8=$(elapsed "$start" "$(seconds)")
 
 start=$(seconds)
-"$zttsp" stamp files/*.txt -jobs 1 -out jobs1 -tsa "$url" -CAfile data/ca.pem >/dev/null 2>>stamp.log
+"$zttsp" stamp files/*.txt -jobs 1 -out jobs1 -tsa "$url" -CAfile data/ca.pem >/dev/null 2>>stamp.log || { cat stamp.log; exit 1; }
 jobs1=$(elapsed "$start" "$(seconds)")
 
 start=$(seconds)
