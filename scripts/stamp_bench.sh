@@ -16,26 +16,12 @@ else
   cmake --preset linux >/dev/null
 fi
 cmake --build "$build" --target zttsp-tool | tail -n 1
-zttsp="$(realpath "$build/bin/zttsp")"
-
-work="$(mktemp -d)"
-server=""
-cleanup() {
-  [[ -n "$server" ]] && kill -TERM "$server" 2>/dev/null && wait "$server" || true
-  rm -rf "$work"
-}
-trap cleanup EXIT
+build="$(realpath "$build")"
+source scripts/load_common.sh
+start_server stamp
+url="http://127.0.0.1:$port/"
+ca="$work/data-stamp/ca.pem"
 cd "$work"
-
-"$zttsp" serve -port 0 -data data 2>server.log &
-server=$!
-for _ in $(seq 300); do
-  grep -q 'serving on' server.log && break
-  kill -0 "$server" 2>/dev/null || { cat server.log; exit 1; }
-  sleep 0.1
-done
-url="$(grep -o 'http://[0-9.:]*/' server.log | head -n 1)"
-[[ -n "$url" ]] || { echo "the server did not start" >&2; exit 1; }
 
 mkdir files jobs8 jobs1 loop
 for i in $(seq "$count"); do printf 'small file %d\n' "$i" >"files/f$i.txt"; done
@@ -44,11 +30,11 @@ seconds() { date +%s.%N; }
 elapsed() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", b - a }'; }
 
 start=$(seconds)
-"$zttsp" stamp files/*.txt -jobs 8 -out jobs8 -tsa "$url" -CAfile data/ca.pem >/dev/null 2>>stamp.log || { cat stamp.log; exit 1; }
+"$zttsp" stamp files/*.txt -jobs 8 -out jobs8 -tsa "$url" -CAfile "$ca" >/dev/null 2>>stamp.log || { cat stamp.log; exit 1; }
 jobs8=$(elapsed "$start" "$(seconds)")
 
 start=$(seconds)
-"$zttsp" stamp files/*.txt -jobs 1 -out jobs1 -tsa "$url" -CAfile data/ca.pem >/dev/null 2>>stamp.log || { cat stamp.log; exit 1; }
+"$zttsp" stamp files/*.txt -jobs 1 -out jobs1 -tsa "$url" -CAfile "$ca" >/dev/null 2>>stamp.log || { cat stamp.log; exit 1; }
 jobs1=$(elapsed "$start" "$(seconds)")
 
 start=$(seconds)
@@ -57,13 +43,13 @@ for file in files/*.txt; do
   "$zttsp" query -data "$file" -cert -out "$name.tsq"
   curl -sS --max-time 30 -H 'Content-Type: application/timestamp-query' \
     --data-binary "@$name.tsq" -o "$name.tsr" "$url"
-  "$zttsp" verify -in "$name.tsr" -queryfile "$name.tsq" -CAfile data/ca.pem >/dev/null
+  "$zttsp" verify -in "$name.tsr" -queryfile "$name.tsq" -CAfile "$ca" >/dev/null
 done
 loop=$(elapsed "$start" "$(seconds)")
 
 verified=0
 for file in files/*.txt; do
-  openssl ts -verify -data "$file" -in "jobs8/$(basename "$file").tsr" -CAfile data/ca.pem \
+  openssl ts -verify -data "$file" -in "jobs8/$(basename "$file").tsr" -CAfile "$ca" \
     2>/dev/null | grep -q 'Verification: OK' && verified=$((verified + 1))
 done
 
