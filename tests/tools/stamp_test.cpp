@@ -115,11 +115,11 @@ TEST_F(Stamp, FailsOverToTheSecondServerWhenTheFirstIsStopped) {
 
 TEST_F(Stamp, ManyFilesInFlightAtOnceAndABarOnATerminal) {
   const Server server(dir_.path("identity"));
-  const std::string files = makeFiles(40);
+  const std::string files = makeFiles(24);
   const CommandResult stamped = tool("stamp" + files + " -jobs 8 -out proofs -tsa " + server.url() +
                                      " -CAfile " + server.caFile());
   EXPECT_EQ(0, stamped.status) << stamped.output;
-  EXPECT_EQ(40u, occurrences(stamped.output, " -> proofs/f")) << stamped.output;
+  EXPECT_EQ(24u, occurrences(stamped.output, " -> proofs/f")) << stamped.output;
   expectOpensslVerifies(files, server.caFile(), "proofs");
   // Under script(1) standard error is a terminal: the bar is drawn and taken away again.
   const std::string terminal =
