@@ -22,11 +22,22 @@ const std::vector<std::string> kHeaders = {
     "Accept: application/timestamp-reply, application/timestamp-response"};
 
 constexpr long kLongestBackoffMs = 60000;
+// Of what an authority says (status texts, headers): enough to tell why, not a flood.
+constexpr std::size_t kLongestReason = 400;
 
 struct Judgement {
   enum { good, tryAgain, giveUp } verdict;
   std::string why;
 };
+
+// What an authority said, fit for one line of a terminal: no control characters (a status text
+// may hold line breaks or escape sequences), no more than kLongestReason characters.
+std::string oneLine(const std::string& text) {
+  std::string line;
+  for (const char c : text.substr(0, kLongestReason))
+    line += std::iscntrl(static_cast<unsigned char>(c)) ? ' ' : c;
+  return text.size() > kLongestReason ? line + "..." : line;
+}
 
 // An unreadable answer in a few words: its type, size and start, printable or in hex.
 std::string describeBody(const HttpAnswer& answer) {
@@ -131,7 +142,7 @@ TimeStampResult requestTimeStamp(HttpClient& http, const TimeStampClientSettings
       result.authority = authority;
       return result;
     }
-    result.failures.push_back({authority, judgement.why, tries});
+    result.failures.push_back({authority, oneLine(judgement.why), tries});
   }
   return result;
 }
