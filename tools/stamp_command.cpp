@@ -129,10 +129,12 @@ int stampCommand(const Arguments& arguments) {
   HttpSettings http;
   http.timeoutMs = static_cast<long>(options.number("timeout", 30, 1, 3600)) * 1000;
   http.tlsCaFile = options.value("tls_CAfile");
+  if (!http.tlsCaFile.empty()) readCertificates(http.tlsCaFile);  // a clear line now, not per file
   const bool anyHash = options.has("sha256") || options.has("sha384") || options.has("sha512");
   const HashAlgorithm& hash =
       *hashAlgorithmNamed(anyHash ? options.oneOf({"sha256", "sha384", "sha512"}) : "sha256");
   const std::vector<StampJob> jobs = jobsFor(options.positional(), options.value("out"));
+  const std::size_t workers = std::min<std::size_t>(options.number("jobs", 4, 1, 64), jobs.size());
   if (options.has("out")) makeFolder(options.value("out"));
 
   // An authority that hangs up while TLS writes must give a failed try, not end the program.
@@ -140,7 +142,7 @@ int stampCommand(const Arguments& arguments) {
   // At most -jobs requests in flight: as many workers, each with its own connections.
   const CurlLibrary curl;
   std::vector<std::unique_ptr<HttpClient>> clients;
-  while (clients.size() < std::min<std::size_t>(options.number("jobs", 4, 1, 64), jobs.size()))
+  while (clients.size() < workers)
     clients.push_back(std::make_unique<HttpClient>(http));
   StampProgress progress(jobs.size());
   std::atomic<std::size_t> next{0};
