@@ -138,7 +138,7 @@ TEST_F(Stamp, AnOpensslBackedAuthorityOverHttpAndHttpsAndThroughAProxy) {
   expectOpensslVerifies(files, pkiCa());
   EXPECT_TRUE(contains(sh("openssl ts -reply -in f1.txt.tsr -text"), "Hash Algorithm: sha512"));
   // The proxy of the environment is asked for the authority's URL.
-  const CommandResult proxied = toolWith("http_proxy=" + authorities().url(""),
+  const CommandResult proxied = toolWith("no_proxy= NO_PROXY= http_proxy=" + authorities().url(""),
                                          "stamp f1.txt -tsa http://tsa.invalid/reply" + trust);
   EXPECT_EQ(0, proxied.status) << proxied.output;
   EXPECT_TRUE(contains(authorities().log(), "request POST http://tsa.invalid/reply\n"));
