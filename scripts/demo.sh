@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The main job: builds the zttsp tool, starts its time-stamp server on a free port with a fresh
 # development identity, has a file (README.md unless one is given) stamped over HTTP and verifies
-# the answer, then signs a small Windows program with osslsigncode, once with an Authenticode time
-# stamp (-t) and once with an RFC 3161 one (-ts), both from the server, and verifies those too.
+# the answer, once with zttsp query, curl and zttsp verify and once with zttsp stamp; then signs a
+# small Windows program with osslsigncode, once with an Authenticode time stamp (-t) and once with
+# an RFC 3161 one (-ts), both from the server, and verifies those too.
 # ZTTSP_BUILD_DIR=DIR uses a configured build folder instead of the linux preset's.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -53,6 +54,12 @@ curl -sS -H 'Content-Type: application/timestamp-query' --data-binary @request.t
 "$zttsp" inspect response.tsr | grep -E '^  (status|genTime|serialNumber|policy):|^    status:' || true
 "$zttsp" verify -in response.tsr -data "$data" -CAfile data/ca.pem
 echo "(openssl says: $(openssl ts -verify -in response.tsr -queryfile request.tsq \
+  -CAfile data/ca.pem 2>/dev/null))"
+
+step "the same in one command: zttsp stamp (a stopped authority first: it falls back on $url)"
+cp "$data" stamped-file
+"$zttsp" stamp stamped-file -tsa http://127.0.0.1:1/ -tsa "$url" -retries 0 -CAfile data/ca.pem
+echo "(openssl says: $(openssl ts -verify -data stamped-file -in stamped-file.tsr \
   -CAfile data/ca.pem 2>/dev/null))"
 
 openssl req -x509 -newkey rsa:2048 -nodes -subj '/CN=zttsp demo code signer' -days 1 \

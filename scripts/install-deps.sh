@@ -4,7 +4,7 @@
 set -euo pipefail
 
 declare -A groups=(
-  [base]="cmake ninja-build g++ libssl-dev openssl libgtest-dev libgmock-dev pkg-config curl osslsigncode libmicrohttpd-dev libp11-dev libtomlplusplus-dev softhsm2 opensc wrk"
+  [base]="cmake ninja-build g++ libssl-dev openssl libgtest-dev libgmock-dev pkg-config curl osslsigncode libmicrohttpd-dev libp11-dev libtomlplusplus-dev libcurl4-openssl-dev ca-certificates python3 softhsm2 opensc wrk"
   [windows]="g++-mingw-w64-x86-64 mingw-w64 googletest wine wine64"
   [fuzz]="clang libclang-rt-14-dev"
   [bench]="libbenchmark-dev valgrind wrk apache2-utils"

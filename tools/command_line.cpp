@@ -48,7 +48,12 @@ CommandLine::CommandLine(const std::vector<std::string>& arguments,
     if (!known->takesValue) {
       values_[name] = {};
     } else if (i + 1 < arguments.size()) {
-      values_[name] = {arguments[++i], ""};
+      std::vector<std::string> earlier;
+      if (has(name)) {
+        earlier = std::move(values_[name].earlier);
+        earlier.push_back(values_[name].text);
+      }
+      values_[name] = {arguments[++i], "", std::move(earlier)};
     } else {
       throw UsageError(argument + " needs a value");
     }
@@ -62,13 +67,21 @@ void CommandLine::underlay(const std::vector<ConfigSetting>& settings) {
     const bool known =
         std::any_of(options_.begin(), options_.end(),
                     [&setting](const OptionDefinition& o) { return setting.name == o.name; });
-    if (known && !has(setting.name)) values_[setting.name] = {setting.value, setting.origin};
+    if (known && !has(setting.name)) values_[setting.name] = {setting.value, setting.origin, {}};
   }
 }
 
 std::string CommandLine::value(const std::string& name, const std::string& fallback) const {
   const auto found = values_.find(name);
   return found != values_.end() ? found->second.text : fallback;
+}
+
+std::vector<std::string> CommandLine::values(const std::string& name) const {
+  const auto found = values_.find(name);
+  if (found == values_.end()) return {};
+  std::vector<std::string> all = found->second.earlier;
+  all.push_back(found->second.text);
+  return all;
 }
 
 std::string CommandLine::required(const std::string& name) const {

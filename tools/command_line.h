@@ -38,6 +38,8 @@ class CommandLine {
   bool has(const std::string& name) const { return values_.count(name) != 0; }
   // The value of the last use of an option, or `fallback` when it is not given.
   std::string value(const std::string& name, const std::string& fallback = "") const;
+  // Every value of an option that may be given more than once, in the order given.
+  std::vector<std::string> values(const std::string& name) const;
   // The value of an option that must be given.
   std::string required(const std::string& name) const;
   // An option whose value must be an object identifier in dotted form.
@@ -63,7 +65,8 @@ class CommandLine {
  private:
   struct Value {
     std::string text;
-    std::string origin;  // empty: the command line
+    std::string origin;                // empty: the command line
+    std::vector<std::string> earlier;  // the values of the uses before the last
   };
 
   std::vector<OptionDefinition> options_;

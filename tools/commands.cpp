@@ -40,10 +40,30 @@ const Command kCommands[] = {
      "  -token_out                  write the token instead of the response\n"
      "  -out FILE                   where to write it (default: standard output)\n" AUTHORITY_USAGE,
      replyCommand},
+    {"stamp", "have files time-stamped by an authority, with fallbacks; FILE.tsr beside each",
+     "  FILE...                     the files to stamp; each gets FILE.tsr\n"
+     "  -tsa URL                    an authority (http:// or https://); give several to fall\n"
+     "                              back on the next when one fails, in the order given\n"
+     "  -sha256|-sha384|-sha512     the hash (default sha256)\n"
+     "  -policy OID                 ask for this policy, and take no other\n"
+     "  -CAfile PEM -CApath DIR     trusted certificates for the authority's chain: a file, a\n"
+     "                              hashed folder (each may be repeated); default: the system's\n"
+     "  -untrusted PEM              more certificates for the chain\n"
+     "  -tls_CAfile PEM             trusted certificates for HTTPS (default: the system's)\n"
+     "  -out DIR                    write the .tsr files into DIR instead\n"
+     "  -jobs N                     requests in flight at once (default 4)\n"
+     "  -retries N                  more tries of an authority that is down, slow or answers\n"
+     "                              HTTP 5xx, before the next one (default 2)\n"
+     "  -backoff MS                 the wait before the first retry, doubled for each next\n"
+     "                              one (default 1000)\n"
+     "  -timeout S                  the most one exchange may take, connecting included\n"
+     "                              (default 30)\n",
+     stampCommand},
     {"verify", "check a response or token against the data it stamps",
      "  -in FILE [-token_in]        the response, or with -token_in the bare token\n"
      "  (-data FILE | -digest HEX | -queryfile REQ)  what it must stamp\n"
-     "  -CAfile PEM                 trusted certificates (default: the system's)\n"
+     "  -CAfile PEM -CApath DIR     trusted certificates: a file, a hashed folder (each may be\n"
+     "                              given more than once); default: the system's store\n"
      "  -untrusted PEM              more certificates for the chain\n"
      "  -now                        check the chain now, not at the token's time\n",
      verifyCommand},

@@ -22,6 +22,7 @@ int replyCommand(const Arguments& arguments);
 int verifyCommand(const Arguments& arguments);
 int inspectCommand(const Arguments& arguments);
 int serveCommand(const Arguments& arguments);
+int stampCommand(const Arguments& arguments);
 
 // Null when there is no such command.
 const Command* findCommand(const std::string& name);

@@ -4,6 +4,7 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
+#include <openssl/rand.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 
 #include "outside/asn1rt/ber_reader.h"
 #include "tools/openssl_types.h"
+#include "tools/report_values.h"
 #include "tools/tool_error.h"
 
 namespace Zanthorel {
@@ -113,6 +115,31 @@ void writeFile(const std::string& path, const CBlob& bytes) {
 
 void writePrivateFile(const std::string& path, const CBlob& bytes) {
   writeTo(path, bytes, 0600);
+}
+
+void writeFileAtomically(const std::string& path, const CBlob& bytes) {
+  const std::size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+  unsigned char random[8];
+  if (RAND_bytes(random, sizeof random) != 1) throw ToolError("the random generator failed");
+  const std::string temporary = folder + "." + path.substr(folder.size()) + "." +
+                                hexText(CBlob(random, sizeof random)) + ".part";
+  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  if (fd < 0) failOn(path, "create a temporary for");
+  bool written = true;
+  for (std::size_t done = 0; written && done < bytes.cbData();) {
+    const ssize_t n = ::write(fd, bytes.pbData() + done, bytes.cbData() - done);
+    if (n < 0 && errno == EINTR) continue;
+    written = n > 0;
+    if (written) done += static_cast<std::size_t>(n);
+  }
+  written = written && ::fsync(fd) == 0;
+  written = ::close(fd) == 0 && written;
+  if (written && std::rename(temporary.c_str(), path.c_str()) == 0) return;
+  const int error = errno;
+  std::remove(temporary.c_str());
+  errno = error;
+  failOn(path, "write");
 }
 
 std::string toBase64(const CBlob& bytes) {

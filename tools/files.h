@@ -15,6 +15,9 @@ CBlob readFile(const std::string& path);
 void writeFile(const std::string& path, const CBlob& bytes);
 // Like writeFile, but the file is readable by its owner only: for private keys.
 void writePrivateFile(const std::string& path, const CBlob& bytes);
+// Like writeFile, but whole or not at all: a temporary beside the file, renamed over it once
+// written and synced, so that no one ever reads half a file and a failure leaves the old one.
+void writeFileAtomically(const std::string& path, const CBlob& bytes);
 
 // Base64 on one line, without line breaks.
 std::string toBase64(const CBlob& bytes);

@@ -3,6 +3,7 @@
 //   zttsp query -data FILE -cert -out request.tsq
 //   zttsp serve -port 3161
 //   zttsp verify -in response.tsr -queryfile request.tsq -CAfile zttsp-data/ca.pem
+#include <curl/curl.h>
 #include <microhttpd.h>
 #include <openssl/crypto.h>
 #include <toml++/toml.h>
@@ -29,9 +30,10 @@ void printUsage(std::FILE* out) {
 }
 
 void printVersion() {
-  std::printf("zttsp %s (OpenSSL %s, GNU libmicrohttpd %s, toml++ %d.%d.%d)\n", ZTTSP_VERSION,
-              OpenSSL_version(OPENSSL_FULL_VERSION_STRING), MHD_get_version(), TOML_LIB_MAJOR,
-              TOML_LIB_MINOR, TOML_LIB_PATCH);
+  std::printf("zttsp %s (OpenSSL %s, GNU libmicrohttpd %s, toml++ %d.%d.%d, libcurl %s)\n",
+              ZTTSP_VERSION, OpenSSL_version(OPENSSL_FULL_VERSION_STRING), MHD_get_version(),
+              TOML_LIB_MAJOR, TOML_LIB_MINOR, TOML_LIB_PATCH,
+              curl_version_info(CURLVERSION_NOW)->version);
 }
 
 void printCommandUsage(std::FILE* out, const Command& command) {

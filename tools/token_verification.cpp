@@ -62,6 +62,7 @@ class Verification {
     }
     const int status = response.get_status().get_status();
     if (status != ASN1::granted && status != ASN1::grantedWithMods) {
+      outcome_.reading = VerificationOutcome::Reading::notGranted;
       fail("status", statusSummary(response.get_status()));
       return std::nullopt;
     }
@@ -73,9 +74,11 @@ class Verification {
   }
 
   void summarize(const CToken& token) {
-    outcome_.summary = "Time stamp: " + isoTime(token.get_genTime()) + ", serial number " +
-                       token.get_serialNumber().toString().c_str() + ", policy " +
-                       token.get_policy();
+    outcome_.reading = VerificationOutcome::Reading::token;
+    outcome_.genTime = isoTime(token.get_genTime());
+    outcome_.serialNumber = token.get_serialNumber().toString().c_str();
+    outcome_.summary = "Time stamp: " + outcome_.genTime + ", serial number " +
+                       outcome_.serialNumber + ", policy " + token.get_policy();
   }
 
   void checkImprint(const CToken& token) {
@@ -123,7 +126,9 @@ class Verification {
     std::vector<CBlob> candidates = input_.untrusted;
     if (const CBlobList* carried = token.get_certificates())
       candidates.insert(candidates.begin(), carried->begin(), carried->end());
-    candidates.insert(candidates.end(), input_.trusted.begin(), input_.trusted.end());
+    if (input_.trust)
+      candidates.insert(candidates.end(), input_.trust->certificates().begin(),
+                        input_.trust->certificates().end());
     for (const CBlob& der : candidates) {
       try {
         Certificate candidate(der);
@@ -175,13 +180,10 @@ class Verification {
   }
 
   void checkChain(const CToken& token, const Certificate& signer) {
-    const X509StorePtr store(X509_STORE_new());
+    const TrustStore trust = input_.trust ? *input_.trust : TrustStore({}, {});
     const X509StackPtr untrusted(sk_X509_new_null());
     const X509StoreCtxPtr context(X509_STORE_CTX_new());
-    if (!store || !untrusted || !context) throw ToolError("out of memory");
-    if (input_.trusted.empty()) X509_STORE_set_default_paths(store.get());
-    for (const CBlob& der : input_.trusted)
-      X509_STORE_add_cert(store.get(), Certificate(der).x509());
+    if (!untrusted || !context) throw ToolError("out of memory");
     std::vector<CBlob> others = input_.untrusted;
     if (const CBlobList* carried = token.get_certificates())
       others.insert(others.end(), carried->begin(), carried->end());
@@ -191,7 +193,7 @@ class Verification {
       if (certificate != nullptr && sk_X509_push(untrusted.get(), certificate) == 0)
         X509_free(certificate);
     }
-    if (X509_STORE_CTX_init(context.get(), store.get(), signer.x509(), untrusted.get()) != 1)
+    if (X509_STORE_CTX_init(context.get(), trust.store(), signer.x509(), untrusted.get()) != 1)
       throw ToolError("out of memory");
     X509_STORE_CTX_set_purpose(context.get(), X509_PURPOSE_TIMESTAMP_SIGN);
     const CDateTime at = input_.atNow ? CDateTime::now() : token.get_genTime();

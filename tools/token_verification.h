@@ -9,6 +9,7 @@
 
 #include "outside/ztlib/blob.h"
 #include "rfc3161/request.h"
+#include "tools/trust_store.h"
 
 namespace Zanthorel {
 namespace Tools {
@@ -20,14 +21,18 @@ struct VerificationInput {
   std::string dataPath;
   std::optional<CBlob> digest;
   std::optional<PKI::TSP::CRequest> query;
-  // Trusted certificates; none means the system's.
-  std::vector<CBlob> trusted;
+  // Where the signer's chain must end; none means the system's store.
+  std::optional<TrustStore> trust;
   std::vector<CBlob> untrusted;
   bool atNow = false;  // check the chain now rather than at genTime
 };
 
 struct VerificationOutcome {
-  std::string summary;                // what the token says, once it is read
+  // How far the message was read: not at all, to a status other than granted, or to a token.
+  enum class Reading { unreadable, notGranted, token };
+  Reading reading = Reading::unreadable;
+  std::string summary;  // what the token says, once it is read
+  std::string genTime, serialNumber;
   std::vector<std::string> failures;  // "check: why", in the order checked
 };
 

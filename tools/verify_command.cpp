@@ -18,6 +18,7 @@ int verifyCommand(const Arguments& arguments) {
                                         {"digest", true},
                                         {"queryfile", true},
                                         {"CAfile", true},
+                                        {"CApath", true},
                                         {"untrusted", true},
                                         {"now", false}});
   VerificationInput input;
@@ -41,7 +42,7 @@ int verifyCommand(const Arguments& arguments) {
       throw ToolError(path + " holds no TimeStampReq");
     }
   }
-  if (options.has("CAfile")) input.trusted = readCertificates(options.value("CAfile"));
+  input.trust = TrustStore::fromOptions(options);
   if (options.has("untrusted")) input.untrusted = readCertificates(options.value("untrusted"));
   input.message = messageBytes(readFile(in), in);
 

@@ -266,7 +266,7 @@ TEST_F(Commands, CommandLineMistakesGetClearMessages) {
     const char* says;
   } mistakes[] = {
       {"", 2, "usage: zttsp COMMAND"},
-      {"stamp", 2, "unknown command stamp"},
+      {"sign", 2, "unknown command sign"},
       {"query -data data.txt -md5", 2, "unknown option -md5"},
       {"query -data", 2, "-data needs a value"},
       {"query -out x.tsq", 2, "give -data or -digest"},
